@@ -1,0 +1,23 @@
+// Load-sequence steps of families that are not part of the library yet.
+// Each reports success so the load goes on; a family that lands replaces
+// its stand-in here with its real step.
+#include "kernel/loadsteps.h"
+
+namespace gv {
+
+HRESULT TextServices_Init() { return S_OK; }
+void TextServices_Term() {}
+
+HRESULT Language_OpenOwn(void **handle, HINSTANCE) {
+  *handle = nullptr;
+  return S_OK;
+}
+void Language_Close(void *) {}
+
+BOOL Controls_Init() { return TRUE; }
+void Controls_Term() {}
+
+void Summary_LoadResources() {}
+void Summary_FreeResources() {}
+
+}  // namespace gv
