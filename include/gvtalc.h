@@ -7,6 +7,12 @@
 
 #include "gvdefs.h"
 #include "gvkernel.h"
+#include "gvformat.h"
+#include "gvnumber.h"
 #include "gvmetric.h"
+#include "gvaudio.h"
+#include "gvconvert.h"
+#include "gvlist.h"
+#include "gvriff.h"
 
 #endif /* GVTALC_H */
