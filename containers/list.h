@@ -1,0 +1,85 @@
+// Internals of the dynamic list shared by its source files.
+#pragma once
+
+#include <cstdint>
+
+#include "include/gvlist.h"
+
+static_assert(sizeof(void *) != 4 || sizeof(tGVLIST) == GVLIST_RECORD_SIZE,
+              "the list record is 76 bytes on 32-bit Windows");
+
+namespace gv::list {
+
+// Holds a thread-safe list's lock for the length of one call. Unlocked lists
+// compare GetCurrentThread() with the creator's value instead; both are the
+// same pseudo-handle in every thread, so unlocked lists work from any thread
+// and callers rely on that.
+class Access {
+ public:
+  explicit Access(tGVLIST *list) : list_(list) {
+    if (list_->options & GVLIST_THREADSAFE) {
+      EnterCriticalSection(&list_->lock);
+      locked_ = true;
+    } else {
+      allowed_ = GetCurrentThread() == list_->ownerThread;
+    }
+  }
+  ~Access() {
+    if (locked_) LeaveCriticalSection(&list_->lock);
+  }
+  Access(const Access &) = delete;
+  Access &operator=(const Access &) = delete;
+  bool allowed() const { return allowed_; }
+
+ private:
+  tGVLIST *list_;
+  bool locked_ = false;
+  bool allowed_ = true;
+};
+
+inline bool IsInline(const tGVLIST *l) { return (l->options & GVLIST_INLINE) != 0; }
+inline bool OwnsItems(const tGVLIST *l) { return (l->options & GVLIST_OWNITEMS) != 0; }
+
+inline BYTE *Slot(const tGVLIST *l, LONG index) {
+  return static_cast<BYTE *>(l->slots) + static_cast<SIZE_T>(index) * l->slotSize;
+}
+// The 32-bit value of a slot of a non-inline list.
+inline void *Stored(const tGVLIST *l, LONG index) {
+  return *reinterpret_cast<void **>(Slot(l, index));
+}
+inline void Store(tGVLIST *l, LONG index, void *value) {
+  *reinterpret_cast<void **>(Slot(l, index)) = value;
+}
+// What callbacks see: the slot itself for inline lists, else its value.
+inline const void *ItemValue(const tGVLIST *l, LONG index) {
+  return IsInline(l) ? static_cast<const void *>(Slot(l, index)) : Stored(l, index);
+}
+
+// `amount` rounded up to whole growth steps (amount >= 0).
+inline int64_t RoundToGrowth(const tGVLIST *l, int64_t amount) {
+  return (amount + l->growth - 1) / l->growth * l->growth;
+}
+
+// Largest slot array the list will ask for; anything bigger is refused as
+// out of memory before the allocator is asked.
+constexpr int64_t kMaxSlotBytes = 0x7FFF0000;
+
+// Capacity changes; the caller holds the list.
+HRESULT Grow(tGVLIST *l, int slots);
+HRESULT Shrink(tGVLIST *l, int slots);
+// Reallocates the slot array to `capacity` slots (zero-filling new slots).
+HRESULT Reallocate(tGVLIST *l, int64_t capacity);
+
+// Inserts count slots' worth of bytes at index (clamped); caller holds the list.
+HRESULT Insert(tGVLIST *l, int index, const void *items, int count);
+
+// Sorted insertion index in the normalised range; caller holds the list.
+int SortedInsertIndex(tGVLIST *l, const void *key, int start, int count,
+                      GVLISTSORTPROC compare);
+
+// Owned-item blocks: allocation with the list's flags, size, release.
+void *AllocBlock(tGVLIST *l, DWORD size);
+void FreeBlock(tGVLIST *l, void *block);
+DWORD BlockSize(const tGVLIST *l, const void *block);
+
+}  // namespace gv::list

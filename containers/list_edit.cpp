@@ -1,0 +1,94 @@
+// Insertion, deletion and moving of item ranges.
+#include <algorithm>
+#include <cstring>
+
+#include "containers/list.h"
+#include "kernel/gmem.h"
+
+namespace gv::list {
+
+HRESULT Insert(tGVLIST *l, int index, const void *items, int count) {
+  if (index < 0 || index > l->count) index = l->count;
+  // Growth happens when the free slots can't take the items; for a full list
+  // that is the whole inserted count in growth steps, as callers expect.
+  int64_t unused = l->allocated - l->count;
+  if (unused < count) {
+    HRESULT hr = Grow(l, static_cast<int>(count - unused));
+    if (FAILED(hr)) return hr;
+  }
+  SIZE_T size = l->slotSize;
+  memmove(Slot(l, index + count), Slot(l, index), (l->count - index) * size);
+  memcpy(Slot(l, index), items, count * size);
+  l->count += count;
+  return S_OK;
+}
+
+}  // namespace gv::list
+
+using gv::list::Access;
+using gv::list::Slot;
+
+GVAPI(HRESULT) GvList_InsertList(tGVLIST *list, int index, const void *items, int count) {
+  if (!list || count < 0 || (count > 0 && !items)) return E_FAIL;
+  Access access(list);
+  if (!access.allowed()) return E_FAIL;
+  if (count == 0) return S_OK;
+  return gv::list::Insert(list, index, items, count);
+}
+
+GVAPI(HRESULT) GvList_DeleteList(tGVLIST *list, int index, int count, BOOL shrink) {
+  if (!list) return E_FAIL;
+  // An empty deletion succeeds at once, whatever the index.
+  if (count >= 0 && count < 1) return S_OK;
+  Access access(list);
+  if (!access.allowed()) return E_FAIL;
+  if (count < 0) {
+    count = static_cast<int>(static_cast<int64_t>(list->count) - index);
+    if (count < 1) return S_OK;
+  }
+  if (index < 0 || index > list->count - 1) return E_FAIL;
+  count = std::min(count, static_cast<int>(list->count - index));
+
+  if (gv::list::OwnsItems(list))
+    for (int i = index; i < index + count; ++i) gv::list::FreeBlock(list, gv::list::Stored(list, i));
+
+  SIZE_T size = list->slotSize;
+  int tail = list->count - index - count;
+  memmove(Slot(list, index), Slot(list, index + count), tail * size);
+  memset(Slot(list, list->count - count), 0, count * size);
+  list->count -= count;
+
+  if (shrink && list->allocated - list->count > list->growth)
+    gv::list::Shrink(list, list->allocated - list->count);
+  return S_OK;
+}
+
+GVAPI(HRESULT) GvList_MoveRange(tGVLIST *list, int from, int to, int count) {
+  if (!list) return E_FAIL;
+  Access access(list);
+  if (!access.allowed()) return E_FAIL;
+  if (count < 0) count = list->count - std::max(from, to);
+  if (from < 0 || to < 0) return E_FAIL;
+  if (static_cast<int64_t>(from) + count > list->count ||
+      static_cast<int64_t>(to) + count > list->count)
+    return E_FAIL;
+  if (count < 1 || from == to) return S_OK;
+
+  SIZE_T size = list->slotSize;
+  SIZE_T blockBytes = count * size;
+  // Small blocks go through the stack; larger ones through a global block.
+  BYTE local[512];
+  BYTE *scratch = local;
+  if (blockBytes > sizeof local) {
+    scratch = static_cast<BYTE *>(gv::GlobalAllocPtr(GMEM_MOVEABLE, blockBytes));
+    if (!scratch) return E_OUTOFMEMORY;
+  }
+  memcpy(scratch, Slot(list, from), blockBytes);
+  if (from < to)
+    memmove(Slot(list, from), Slot(list, from + count), (to - from) * size);
+  else
+    memmove(Slot(list, to + count), Slot(list, to), (from - to) * size);
+  memcpy(Slot(list, to), scratch, blockBytes);
+  if (scratch != local) gv::GlobalFreePtr(scratch);
+  return S_OK;
+}

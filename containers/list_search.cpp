@@ -1,0 +1,105 @@
+// Linear and binary searches over a range of a list.
+#include <cstring>
+
+#include "containers/list.h"
+
+using gv::list::Access;
+using gv::list::ItemValue;
+
+namespace {
+
+// Normalises (start, count) to a range inside the list; false when empty.
+bool NormaliseRange(const tGVLIST *l, int *start, int *count) {
+  if (*start < 0) *start = 0;
+  if (*start >= l->count) return false;
+  if (*count < 0 || *count > l->count - *start) *count = l->count - *start;
+  return *count > 0;
+}
+
+// Probe offset within a range of `size` items: the middle when the size is
+// odd, the lower middle when it is even. Clients depend on which of several
+// equal items is found, so the probe sequence is kept exactly.
+inline int ProbeOffset(int size) { return (size & 1) ? size / 2 : size / 2 - 1; }
+
+}  // namespace
+
+namespace gv::list {
+
+int SortedInsertIndex(tGVLIST *l, const void *key, int start, int count, GVLISTSORTPROC compare) {
+  if (start > l->count) return -1;
+  if (!NormaliseRange(l, &start, &count)) return 0;
+  int first = start, size = count, candidate = start;
+  while (size > 1) {
+    int half = size / 2;
+    int probe = first + ProbeOffset(size);
+    candidate = probe;
+    int order = compare(l->sortCriteria, key, ItemValue(l, probe));
+    if (order == 0) return probe;
+    if (order < 0) {
+      size = (size & 1) ? half : half - 1;
+    } else {
+      candidate = probe + 1;
+      first = probe + 1;
+      size = half;
+    }
+  }
+  if (size == 0) return candidate;
+  return compare(l->sortCriteria, key, ItemValue(l, first)) > 0 ? first + 1 : first;
+}
+
+}  // namespace gv::list
+
+GVAPI(int) GvList_FindSpecificItemRange(tGVLIST *list, int start, int count, const void *item) {
+  if (!list) return -1;
+  Access access(list);
+  if (!access.allowed() || !NormaliseRange(list, &start, &count)) return -1;
+  if (gv::list::IsInline(list)) {
+    if (!item) return -1;
+    for (int i = start; i < start + count; ++i)
+      if (memcmp(gv::list::Slot(list, i), item, list->slotSize) == 0) return i;
+  } else {
+    for (int i = start; i < start + count; ++i)
+      if (gv::list::Stored(list, i) == item) return i;
+  }
+  return -1;
+}
+
+GVAPI(int) GvList_FindItemRange(tGVLIST *list, int start, int count, const void *key,
+                                GVLISTMATCHPROC match) {
+  if (!list || !match) return -1;
+  Access access(list);
+  if (!access.allowed() || !NormaliseRange(list, &start, &count)) return -1;
+  for (int i = start; i < start + count; ++i)
+    if (match(key, ItemValue(list, i)) == 0) return i;
+  return -1;
+}
+
+GVAPI(int) GvList_FindSortedItemRange(tGVLIST *list, const void *key, int start, int count,
+                                      GVLISTSORTPROC compare) {
+  if (!list || !compare) return -1;
+  Access access(list);
+  if (!access.allowed() || !NormaliseRange(list, &start, &count)) return -1;
+  int first = start, size = count;
+  while (size > 1) {
+    int half = size / 2;
+    int probe = first + ProbeOffset(size);
+    int order = compare(list->sortCriteria, key, ItemValue(list, probe));
+    if (order == 0) return probe;
+    if (order < 0) {
+      size = (size & 1) ? half : half - 1;
+    } else {
+      first = probe + 1;
+      size = half;
+    }
+  }
+  if (size == 0) return -1;
+  return compare(list->sortCriteria, key, ItemValue(list, first)) == 0 ? first : -1;
+}
+
+GVAPI(int) GvList_FindSortedInsertIndexRange(tGVLIST *list, const void *key, int start,
+                                             int count, GVLISTSORTPROC compare) {
+  if (!list || !compare) return -1;
+  Access access(list);
+  if (!access.allowed()) return -1;
+  return gv::list::SortedInsertIndex(list, key, start, count, compare);
+}
