@@ -1,0 +1,357 @@
+// The in-process COM server: class object, factory and kernel object
+// reference counts, aggregation, the unload test and self-registration.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "gvtalc.h"
+#include "support/msgbox_catcher.h"
+#include "support/registry_sandbox.h"
+
+namespace {
+
+const CLSID kClsidTalc = GV_CLSID_TALC_INIT;
+const IID kIidKernel = GV_IID_IGVKERNEL_INIT;
+const char kClassKey[] = "CLSID\\{B4128601-702E-11D1-8253-00009290DD44}";
+
+// The COM entry points are exported by name only, as COM finds them.
+using GetClassObjectFn = HRESULT(WINAPI *)(REFCLSID, REFIID, void **);
+using NoArgFn = HRESULT(WINAPI *)();
+
+class ComServer : public testing::Test {
+ protected:
+  template <typename Fn>
+  Fn Proc(const char *name) const {
+    return reinterpret_cast<Fn>(reinterpret_cast<void *>(GetProcAddress(dll_, name)));
+  }
+
+  void SetUp() override {
+    dll_ = GetModuleHandleA("GVTALC.dll");
+    ASSERT_NE(dll_, nullptr);
+    getClassObject_ = Proc<GetClassObjectFn>("DllGetClassObject");
+    canUnloadNow_ = Proc<NoArgFn>("DllCanUnloadNow");
+    register_ = Proc<NoArgFn>("DllRegisterServer");
+    unregister_ = Proc<NoArgFn>("DllUnregisterServer");
+    ASSERT_TRUE(getClassObject_ && canUnloadNow_ && register_ && unregister_);
+    ASSERT_EQ(canUnloadNow_(), S_OK) << "an earlier test left something alive";
+  }
+  void TearDown() override { EXPECT_EQ(canUnloadNow_(), S_OK) << "this test left something alive"; }
+
+  IClassFactory *Factory() {
+    void *p = nullptr;
+    EXPECT_EQ(getClassObject_(kClsidTalc, IID_IClassFactory, &p), S_OK);
+    return static_cast<IClassFactory *>(p);
+  }
+
+  std::string DllPath() const {
+    char path[MAX_PATH] = "";
+    GetModuleFileNameA(dll_, path, sizeof path);
+    return path;
+  }
+
+  HMODULE dll_ = nullptr;
+  GetClassObjectFn getClassObject_ = nullptr;
+  NoArgFn canUnloadNow_ = nullptr;
+  NoArgFn register_ = nullptr;
+  NoArgFn unregister_ = nullptr;
+};
+
+// An outer object for aggregation; the kernel object keeps it but never calls it.
+class Outer : public IUnknown {
+ public:
+  STDMETHODIMP QueryInterface(REFIID, void **result) override {
+    ++calls;
+    *result = nullptr;
+    return E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override {
+    ++calls;
+    return 2;
+  }
+  STDMETHODIMP_(ULONG) Release() override {
+    ++calls;
+    return 1;
+  }
+  int calls = 0;
+};
+
+// ---- DllGetClassObject ----------------------------------------------------
+
+TEST_F(ComServer, ClassObjectOfAnUnknownClassIsEFail) {
+  const CLSID other = {0x12345678, 0x1234, 0x1234, {1, 2, 3, 4, 5, 6, 7, 8}};
+  void *p = reinterpret_cast<void *>(0xdeadbeef);
+  EXPECT_EQ(getClassObject_(other, IID_IClassFactory, &p), E_FAIL);
+  EXPECT_EQ(getClassObject_(kIidKernel, IID_IClassFactory, &p), E_FAIL);
+}
+
+TEST_F(ComServer, ClassObjectAnswersPerInterface) {
+  struct Case {
+    const IID *iid;
+    HRESULT result;
+  };
+  const Case cases[] = {
+      {&IID_IClassFactory, S_OK},
+      {&IID_IUnknown, S_OK},
+      {&kIidKernel, E_NOINTERFACE},
+      {&IID_IStream, E_NOINTERFACE},
+  };
+  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+    SCOPED_TRACE(i);
+    void *p = reinterpret_cast<void *>(0xdeadbeef);
+    EXPECT_EQ(getClassObject_(kClsidTalc, *cases[i].iid, &p), cases[i].result);
+    if (cases[i].result == S_OK) {
+      ASSERT_NE(p, nullptr);
+      EXPECT_EQ(static_cast<IUnknown *>(p)->Release(), 0u);
+    } else {
+      EXPECT_EQ(p, nullptr);
+    }
+  }
+}
+
+TEST_F(ComServer, FactoryStartsWithOneReferenceAndCountsExactly) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  EXPECT_EQ(f->AddRef(), 2u);
+  EXPECT_EQ(f->AddRef(), 3u);
+  EXPECT_EQ(f->Release(), 2u);
+  EXPECT_EQ(f->Release(), 1u);
+  EXPECT_EQ(f->Release(), 0u);
+}
+
+TEST_F(ComServer, EachClassObjectCallMakesANewFactory) {
+  IClassFactory *a = Factory();
+  IClassFactory *b = Factory();
+  ASSERT_TRUE(a && b);
+  EXPECT_NE(a, b);
+  EXPECT_EQ(a->Release(), 0u);
+  EXPECT_EQ(b->Release(), 0u);
+}
+
+TEST_F(ComServer, FactoryQueryInterface) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  void *p = nullptr;
+  EXPECT_EQ(f->QueryInterface(IID_IClassFactory, &p), S_OK);
+  EXPECT_EQ(p, f);
+  EXPECT_EQ(f->QueryInterface(IID_IUnknown, &p), S_OK);
+  EXPECT_EQ(p, f);
+  p = reinterpret_cast<void *>(0xdeadbeef);
+  EXPECT_EQ(f->QueryInterface(kIidKernel, &p), E_NOINTERFACE);
+  EXPECT_EQ(p, nullptr);
+  EXPECT_EQ(f->Release(), 2u);
+  EXPECT_EQ(f->Release(), 1u);
+  EXPECT_EQ(f->Release(), 0u);
+}
+
+// ---- CreateInstance ----------------------------------------------------
+
+TEST_F(ComServer, CreateInstanceRefusesAggregationUnlessIUnknown) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  Outer outer;
+  void *p = reinterpret_cast<void *>(0xdeadbeef);
+  EXPECT_EQ(f->CreateInstance(&outer, kIidKernel, &p), CLASS_E_NOAGGREGATION);
+  EXPECT_EQ(p, nullptr);
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+
+  p = nullptr;
+  ASSERT_EQ(f->CreateInstance(&outer, IID_IUnknown, &p), S_OK);
+  ASSERT_NE(p, nullptr);
+  EXPECT_EQ(canUnloadNow_(), S_FALSE);
+  IGVKernel *kernel = nullptr;
+  ASSERT_EQ(static_cast<IUnknown *>(p)->QueryInterface(kIidKernel, reinterpret_cast<void **>(&kernel)),
+            S_OK);
+  EXPECT_EQ(kernel->GetVersion(), 0x0100000Cu);
+  EXPECT_EQ(kernel->Release(), 1u);
+  EXPECT_EQ(static_cast<IUnknown *>(p)->Release(), 0u);
+  EXPECT_EQ(outer.calls, 0) << "the outer unknown is stored, not used";
+  EXPECT_EQ(f->Release(), 0u);
+}
+
+TEST_F(ComServer, CreateInstanceMakesTheKernelObjectForIUnknownAndIGVKernel) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  const IID *asks[] = {&IID_IUnknown, &kIidKernel};
+  for (size_t i = 0; i < 2; ++i) {
+    SCOPED_TRACE(i);
+    void *p = nullptr;
+    ASSERT_EQ(f->CreateInstance(nullptr, *asks[i], &p), S_OK);
+    auto *unknown = static_cast<IUnknown *>(p);
+    // The kernel object, not the graph builder: it answers IGVKernel only.
+    void *kernel = nullptr;
+    ASSERT_EQ(unknown->QueryInterface(kIidKernel, &kernel), S_OK);
+    EXPECT_EQ(kernel, p);
+    void *graph = reinterpret_cast<void *>(0xdeadbeef);
+    const IID graphIid = GV_IID_IGVGRAPHBUILDER_INIT;
+    EXPECT_EQ(unknown->QueryInterface(graphIid, &graph), E_NOINTERFACE);
+    EXPECT_EQ(graph, nullptr);
+    EXPECT_EQ(static_cast<IGVKernel *>(kernel)->GetVersion(), 0x0100000Cu);
+    EXPECT_EQ(unknown->AddRef(), 3u);
+    EXPECT_EQ(unknown->Release(), 2u);
+    EXPECT_EQ(unknown->Release(), 1u);
+    EXPECT_EQ(canUnloadNow_(), S_FALSE) << "a live kernel object holds the server";
+    EXPECT_EQ(unknown->Release(), 0u);
+    EXPECT_EQ(canUnloadNow_(), S_OK);
+  }
+  EXPECT_EQ(f->Release(), 0u);
+}
+
+TEST_F(ComServer, CreateInstanceOfAnUnknownInterfaceIsENoInterface) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  void *p = reinterpret_cast<void *>(0xdeadbeef);
+  EXPECT_EQ(f->CreateInstance(nullptr, IID_IStream, &p), E_NOINTERFACE);
+  EXPECT_EQ(p, nullptr);
+  p = reinterpret_cast<void *>(0xdeadbeef);
+  EXPECT_EQ(f->CreateInstance(nullptr, IID_IClassFactory, &p), E_NOINTERFACE);
+  EXPECT_EQ(p, nullptr);
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+  EXPECT_EQ(f->Release(), 0u);
+}
+
+TEST_F(ComServer, KernelObjectMakesTheSameVersionCheck) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  IGVKernel *kernel = nullptr;
+  ASSERT_EQ(f->CreateInstance(nullptr, kIidKernel, reinterpret_cast<void **>(&kernel)), S_OK);
+  f->Release();
+  {
+    gvtest::MsgBoxCatcher catcher;
+    EXPECT_EQ(kernel->CheckVersion(nullptr, "Com Client", GVKERNEL_VERSION, 1, 0), S_OK);
+    EXPECT_EQ(kernel->CheckVersion(nullptr, "Com Client", GVKERNEL_VERSION + 1, 3, 0), E_FAIL);
+    ASSERT_EQ(catcher.Boxes().size(), 1u);
+    EXPECT_EQ(catcher.Boxes()[0].caption, "Marrowbeam Kernel");
+    EXPECT_EQ(catcher.Boxes()[0].text,
+              "The version of the Marrowbeam Kernel is incompatible with the following "
+              "client:\n\nCom Client.");
+  }
+  EXPECT_EQ(kernel->Release(), 0u);
+}
+
+// ---- Unload test --------------------------------------------------------
+
+TEST_F(ComServer, AReleasedFactoryDoesNotHoldTheServer) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+  f->Release();
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+}
+
+TEST_F(ComServer, LockServerHoldsTheServerUntilUnlocked) {
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  EXPECT_EQ(f->LockServer(TRUE), S_OK);
+  f->Release();
+  EXPECT_EQ(canUnloadNow_(), S_FALSE);
+  f = Factory();
+  EXPECT_EQ(f->LockServer(TRUE), S_OK);
+  EXPECT_EQ(f->LockServer(FALSE), S_OK);
+  EXPECT_EQ(canUnloadNow_(), S_FALSE);
+  EXPECT_EQ(f->LockServer(FALSE), S_OK);
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+  f->Release();
+}
+
+TEST_F(ComServer, CanUnloadNowDoneDoesNothing) {
+  auto done = Proc<void(WINAPI *)()>("DllCanUnloadNowDone");
+  ASSERT_NE(done, nullptr);
+  done();
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+}
+
+// ---- Through COM ------------------------------------------------------
+
+TEST_F(ComServer, CoCreateInstanceGivesAWorkingKernelObject) {
+  ASSERT_TRUE(SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)));
+  IGVKernel *kernel = nullptr;
+  ASSERT_EQ(CoCreateInstance(kClsidTalc, nullptr, CLSCTX_INPROC_SERVER, kIidKernel,
+                             reinterpret_cast<void **>(&kernel)),
+            S_OK);
+  ASSERT_NE(kernel, nullptr);
+  EXPECT_EQ(kernel->GetVersion(), 0x0100000Cu);
+  EXPECT_EQ(kernel->CheckVersion(nullptr, "Co Client", GVKERNEL_VERSION, 1, 0), S_OK);
+  EXPECT_EQ(canUnloadNow_(), S_FALSE);
+  EXPECT_EQ(kernel->Release(), 0u);
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+  CoUninitialize();
+}
+
+// ---- Registration -------------------------------------------------------
+
+void ExpectRegistered(const char *classKey, const std::string &description,
+                      const std::string &modulePath) {
+  std::string text;
+  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, classKey, "", &text));
+  EXPECT_EQ(text, description);
+  std::string server = std::string(classKey) + "\\InProcServer32";
+  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, server, "", &text));
+  EXPECT_EQ(lstrcmpiA(text.c_str(), modulePath.c_str()), 0) << text;
+  DWORD type = 0;
+  std::vector<BYTE> data;
+  ASSERT_TRUE(gvtest::ReadValue(HKEY_CLASSES_ROOT, server, "ThreadingModel", &type, &data));
+  EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
+  EXPECT_EQ(std::string(data.begin(), data.end()), std::string("Both", 5));
+}
+
+TEST_F(ComServer, LoadingRegistersTheClassInProcessWithBothThreading) {
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
+}
+
+TEST_F(ComServer, UnregisterRemovesTheClassKeyAndRegisterRestoresIt) {
+  ASSERT_EQ(unregister_(), S_OK);
+  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
+  EXPECT_EQ(unregister_(), S_OK) << "unregistering twice is harmless";
+  ASSERT_EQ(register_(), S_OK);
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
+}
+
+TEST_F(ComServer, RegisterServerServesClientClassesToo) {
+  const CLSID mine = {0x0BADF00D, 0x1111, 0x2222, {0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA}};
+  const char key[] = "CLSID\\{0BADF00D-1111-2222-3344-5566778899AA}";
+  HMODULE exe = GetModuleHandleA(nullptr);
+  char exePath[MAX_PATH];
+  GetModuleFileNameA(exe, exePath, sizeof exePath);
+
+  ASSERT_EQ(GvRegisterServer(exe, &mine, "Client Class", TRUE), S_OK);
+  ExpectRegistered(key, "Client Class", exePath);
+  // A subkey of the client's own goes with the class key.
+  HKEY extra;
+  ASSERT_EQ(RegCreateKeyA(HKEY_CLASSES_ROOT, (std::string(key) + "\\ProgID\\deeper").c_str(), &extra),
+            ERROR_SUCCESS);
+  RegCloseKey(extra);
+  EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK);
+  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
+  EXPECT_TRUE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
+}
+
+TEST_F(ComServer, RegisterServerWithoutAClassIsEFail) {
+  EXPECT_EQ(GvRegisterServer(dll_, nullptr, "x", TRUE), E_FAIL);
+}
+
+// Runs `command` (found on the search path) and returns its exit code.
+DWORD RunAndWait(std::string command) {
+  STARTUPINFOA si = {};
+  si.cb = sizeof si;
+  PROCESS_INFORMATION pi = {};
+  if (!CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si,
+                      &pi))
+    return 0xFFFFFFFF;
+  DWORD code = 0xFFFFFFFE;
+  if (WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0) GetExitCodeProcess(pi.hProcess, &code);
+  CloseHandle(pi.hThread);
+  CloseHandle(pi.hProcess);
+  return code;
+}
+
+TEST_F(ComServer, Regsvr32RegistersAndUnregistersTheLibrary) {
+  const std::string dll = "\"" + DllPath() + "\"";
+  EXPECT_EQ(RunAndWait("regsvr32.exe /s /u " + dll), 0u);
+  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
+  EXPECT_EQ(RunAndWait("regsvr32.exe /s " + dll), 0u);
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
+  register_();  // whatever happened, leave the class registered
+}
+
+}  // namespace
