@@ -1,0 +1,356 @@
+// The conversion rules of one sample pair, each written twice side by side:
+// a scalar form (one sample) and an SSE2 form (four samples) that must give
+// identical bytes. Converters run the four-sample form over the bulk and the
+// scalar form over the remainder, so any disagreement shows up in tests that
+// use odd lengths.
+//
+// Precision: the general path works in double. Integer sources of 32 bits
+// (INT32, INT24IN32) are split into a high and a low half so that both
+// partial products with the gain are exact; the rounding error of their sum
+// is recovered exactly (two-sum) and used to correct truncation at integer
+// steps and the rounding to float. The result is the exactly truncated
+// product, which is what 80-bit arithmetic gives for every integer and
+// float32 source, without x87 code. Float64 sources are multiplied in
+// double.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstdint>
+#include <cstring>
+
+#include "audio/sampletypes.h"
+
+namespace gv::audio {
+
+using u8 = unsigned char;
+
+// ---------------------------------------------------------------------------
+// Element loads and stores
+
+inline std::int32_t Load32(const u8 *p) {
+  std::int32_t v;
+  std::memcpy(&v, p, 4);
+  return v;
+}
+inline void Store32(u8 *p, std::int32_t v) { std::memcpy(p, &v, 4); }
+
+// Four integer samples as signed 32-bit lanes (the value v of each).
+template <DWORD C> inline __m128i Load4(const u8 *p) {
+  if constexpr (C == GV_SAMPLE_UINT8 || C == GV_SAMPLE_INT8) {
+    __m128i x = _mm_cvtsi32_si128(Load32(p));
+    if constexpr (C == GV_SAMPLE_UINT8) x = _mm_xor_si128(x, _mm_set1_epi8(char(0x80)));
+    x = _mm_unpacklo_epi8(x, x);
+    x = _mm_unpacklo_epi16(x, x);
+    return _mm_srai_epi32(x, 24);
+  } else if constexpr (C == GV_SAMPLE_INT16) {
+    __m128i x = _mm_loadl_epi64(reinterpret_cast<const __m128i *>(p));
+    return _mm_srai_epi32(_mm_unpacklo_epi16(x, x), 16);
+  } else if constexpr (C == GV_SAMPLE_INT24) {
+    // Each lane loads the 4 bytes ending with its sample, so nothing past
+    // the twelve bytes is read.
+    __m128i x = _mm_setr_epi32(Load32(p) << 8, Load32(p + 2), Load32(p + 5), Load32(p + 8));
+    return _mm_srai_epi32(x, 8);
+  } else {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+  }
+}
+
+// Four integer samples from lanes already inside the destination's range
+// (8- and 16-bit stores saturate, which is the same clipping).
+template <DWORD C> inline void Store4(u8 *p, __m128i v) {
+  if constexpr (C == GV_SAMPLE_UINT8 || C == GV_SAMPLE_INT8) {
+    __m128i x = _mm_packs_epi32(v, v);
+    x = _mm_packs_epi16(x, x);
+    if constexpr (C == GV_SAMPLE_UINT8) x = _mm_xor_si128(x, _mm_set1_epi8(char(0x80)));
+    Store32(p, _mm_cvtsi128_si32(x));
+  } else if constexpr (C == GV_SAMPLE_INT16) {
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(p), _mm_packs_epi32(v, v));
+  } else if constexpr (C == GV_SAMPLE_INT24) {
+    alignas(16) std::uint32_t t[4];
+    _mm_store_si128(reinterpret_cast<__m128i *>(t), v);
+    Store32(p, std::int32_t((t[0] & 0xFFFFFF) | (t[1] << 24)));
+    Store32(p + 4, std::int32_t(((t[1] >> 8) & 0xFFFF) | (t[2] << 16)));
+    Store32(p + 8, std::int32_t(((t[2] >> 16) & 0xFF) | (t[3] << 8)));
+  } else {
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v);
+  }
+}
+
+// Lanes clipped to lo..hi (SSE2 has no 32-bit min and max).
+inline __m128i Clip4(__m128i v, std::int32_t lo, std::int32_t hi) {
+  const __m128i vlo = _mm_set1_epi32(lo), vhi = _mm_set1_epi32(hi);
+  __m128i m = _mm_cmpgt_epi32(v, vhi);
+  v = _mm_or_si128(_mm_andnot_si128(m, v), _mm_and_si128(m, vhi));
+  m = _mm_cmplt_epi32(v, vlo);
+  return _mm_or_si128(_mm_andnot_si128(m, v), _mm_and_si128(m, vlo));
+}
+
+inline std::int32_t Clip(std::int32_t v, std::int32_t lo, std::int32_t hi) {
+  return v > hi ? hi : (v < lo ? lo : v);
+}
+
+// Integer lanes into two double pairs.
+inline void ToDouble4(__m128i v, __m128d &lo, __m128d &hi) {
+  lo = _mm_cvtepi32_pd(v);
+  hi = _mm_cvtepi32_pd(_mm_shuffle_epi32(v, _MM_SHUFFLE(3, 2, 3, 2)));
+}
+
+// ---------------------------------------------------------------------------
+// Float to integer at gain 1.0: truncate toward zero, saturating to the
+// 32-bit range (at or above 2147483647.0 gives the maximum; below the
+// minimum and NaN give the minimum), then clip to the destination.
+
+inline std::int32_t TruncSat32(double z) {
+  if (z >= 2147483647.0) return INT32_MAX;
+  if (!(z > -2147483648.0)) return INT32_MIN;
+  return static_cast<std::int32_t>(z);
+}
+
+// float32 lanes already multiplied by the scale (exact: a power of two).
+inline __m128i TruncSat4(__m128 z) {
+  __m128i t = _mm_cvttps_epi32(z);  // out of range and NaN give INT32_MIN
+  __m128 big = _mm_cmpge_ps(z, _mm_set1_ps(2147483648.0f));
+  return _mm_xor_si128(t, _mm_castps_si128(big));  // INT32_MIN -> INT32_MAX
+}
+
+// double pairs already multiplied by the scale.
+inline __m128i TruncSat4(__m128d z0, __m128d z1) {
+  const __m128d lo = _mm_set1_pd(-2147483648.0), hi = _mm_set1_pd(2147483647.0);
+  z0 = _mm_min_pd(_mm_max_pd(z0, lo), hi);  // max(NaN, lo) is lo
+  z1 = _mm_min_pd(_mm_max_pd(z1, lo), hi);
+  return _mm_unpacklo_epi64(_mm_cvttpd_epi32(z0), _mm_cvttpd_epi32(z1));
+}
+
+// ---------------------------------------------------------------------------
+// General path helpers (any gain but 1.0)
+
+// s + err == a + b exactly, s the rounded sum.
+inline void TwoSum(double a, double b, double &s, double &err) {
+  s = a + b;
+  double bb = s - a;
+  err = (a - (s - bb)) + (b - bb);
+}
+inline void TwoSum(__m128d a, __m128d b, __m128d &s, __m128d &err) {
+  s = _mm_add_pd(a, b);
+  __m128d bb = _mm_sub_pd(s, a);
+  err = _mm_add_pd(_mm_sub_pd(a, _mm_sub_pd(s, bb)), _mm_sub_pd(b, bb));
+}
+
+// y rounded to odd using the remainder err: when err is not 0 and y's last
+// mantissa bit is even, step one unit toward err. Rounding the result to
+// float then equals rounding y + err to float directly.
+inline double RoundToOdd(double y, double err) {
+  if (err == 0.0) return y;
+  std::uint64_t bits;
+  std::memcpy(&bits, &y, 8);
+  if ((bits & 1) == 0) bits += ((y > 0) == (err > 0)) ? 1 : std::uint64_t(-1);
+  std::memcpy(&y, &bits, 8);
+  return y;
+}
+inline __m128d RoundToOdd(__m128d y, __m128d err) {
+  const __m128i one = _mm_set_epi32(0, 1, 0, 1);
+  __m128i bits = _mm_castpd_si128(y);
+  __m128i inexact = _mm_castpd_si128(_mm_cmpneq_pd(err, _mm_setzero_pd()));
+  __m128i even = _mm_cmpeq_epi32(_mm_and_si128(bits, one), _mm_setzero_si128());
+  even = _mm_shuffle_epi32(even, _MM_SHUFFLE(2, 2, 0, 0));
+  __m128i differ = _mm_srai_epi32(_mm_xor_si128(bits, _mm_castpd_si128(err)), 31);
+  differ = _mm_shuffle_epi32(differ, _MM_SHUFFLE(3, 3, 1, 1));
+  __m128i step = _mm_or_si128(differ, one);  // +1 same sign, -1 opposite
+  step = _mm_and_si128(step, _mm_and_si128(inexact, even));
+  return _mm_castsi128_pd(_mm_add_epi64(bits, step));
+}
+
+// z (already scaled) clipped to lo..hi and truncated toward zero, where the
+// exact value is z + err. Clipping before truncation equals clipping after
+// it because the bounds are integers; NaN gives lo.
+inline std::int32_t TruncClip(double z, double err, double lo, double hi) {
+  double zc = z > lo ? z : lo;
+  zc = zc < hi ? zc : hi;
+  double t = static_cast<double>(static_cast<std::int32_t>(zc));
+  if (t == zc && zc == z) {
+    if (z > 0 && err < 0) t -= 1.0;
+    else if (z < 0 && err > 0) t += 1.0;
+  }
+  return static_cast<std::int32_t>(t);
+}
+template <bool kExact>
+inline __m128i TruncClip2(__m128d z, __m128d err, __m128d lo, __m128d hi) {
+  __m128d zc = _mm_min_pd(_mm_max_pd(z, lo), hi);
+  __m128i ti = _mm_cvttpd_epi32(zc);
+  if constexpr (kExact) {
+    const __m128d zero = _mm_setzero_pd();
+    __m128d t = _mm_cvtepi32_pd(ti);
+    __m128d onStep = _mm_and_pd(_mm_cmpeq_pd(t, zc), _mm_cmpeq_pd(zc, z));
+    __m128d down = _mm_and_pd(_mm_cmpgt_pd(z, zero), _mm_cmplt_pd(err, zero));
+    __m128d up = _mm_and_pd(_mm_cmplt_pd(z, zero), _mm_cmpgt_pd(err, zero));
+    __m128d delta = _mm_or_pd(_mm_and_pd(down, _mm_set1_pd(-1.0)),
+                              _mm_and_pd(up, _mm_set1_pd(1.0)));
+    ti = _mm_cvttpd_epi32(_mm_add_pd(t, _mm_and_pd(delta, onStep)));
+  }
+  return ti;
+}
+
+// ---------------------------------------------------------------------------
+// Fast path (gain exactly 1.0) of a pair of different types
+
+template <class D, class S> struct FastRule {
+  static constexpr bool kClipSource24 =
+      S::kCode == GV_SAMPLE_INT24IN32 &&
+      (D::kCode == GV_SAMPLE_UINT8 || D::kCode == GV_SAMPLE_INT8 ||
+       D::kCode == GV_SAMPLE_INT16 || D::kCode == GV_SAMPLE_INT24);
+
+  static void One(u8 *d, const u8 *s) {
+    if constexpr (kIsInt<D> && kIsInt<S>) {
+      std::int32_t v = ReadInt<S::kCode>(s);
+      if constexpr (kClipSource24) v = Clip(v, -8388608, 8388607);
+      constexpr int shift = D::kBits - S::kBits;
+      if constexpr (shift < 0) v >>= -shift;
+      if constexpr (shift > 0) v = std::int32_t(std::uint32_t(v) << shift);
+      WriteInt<D::kCode>(d, v);
+    } else if constexpr (kIsInt<S>) {  // to float: scale down only
+      double x = double(ReadInt<S::kCode>(s)) * (1.0 / S::kScale);
+      WriteFloat<D>(d, typename D::Value(x));
+    } else if constexpr (kIsInt<D>) {  // from float: scale up, truncate, clip
+      double z = double(ReadFloat<S>(s)) * D::kScale;
+      WriteInt<D::kCode>(d, Clip(TruncSat32(z), D::kMin, D::kMax));
+    } else {
+      WriteFloat<D>(d, typename D::Value(ReadFloat<S>(s)));
+    }
+  }
+
+  static void Four(u8 *d, const u8 *s) {
+    if constexpr (kIsInt<D> && kIsInt<S>) {
+      __m128i v = Load4<S::kCode>(s);
+      if constexpr (kClipSource24) v = Clip4(v, -8388608, 8388607);
+      constexpr int shift = D::kBits - S::kBits;
+      if constexpr (shift < 0) v = _mm_srai_epi32(v, -shift);
+      if constexpr (shift > 0) v = _mm_slli_epi32(v, shift);
+      Store4<D::kCode>(d, v);
+    } else if constexpr (kIsInt<S>) {
+      __m128i v = Load4<S::kCode>(s);
+      if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
+        // Rounding v to float then scaling by a power of two equals
+        // rounding the exact product.
+        __m128 x = _mm_mul_ps(_mm_cvtepi32_ps(v), _mm_set1_ps(float(1.0 / S::kScale)));
+        _mm_storeu_ps(reinterpret_cast<float *>(d), x);
+      } else {
+        __m128d lo, hi;
+        ToDouble4(v, lo, hi);
+        const __m128d r = _mm_set1_pd(1.0 / S::kScale);
+        _mm_storeu_pd(reinterpret_cast<double *>(d), _mm_mul_pd(lo, r));
+        _mm_storeu_pd(reinterpret_cast<double *>(d + 16), _mm_mul_pd(hi, r));
+      }
+    } else if constexpr (kIsInt<D>) {
+      __m128i t;
+      if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
+        __m128 z = _mm_mul_ps(_mm_loadu_ps(reinterpret_cast<const float *>(s)),
+                              _mm_set1_ps(float(D::kScale)));
+        t = TruncSat4(z);
+      } else {
+        const __m128d k = _mm_set1_pd(D::kScale);
+        t = TruncSat4(_mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s)), k),
+                      _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)), k));
+      }
+      if constexpr (D::kBits == 24) t = Clip4(t, D::kMin, D::kMax);
+      Store4<D::kCode>(d, t);
+    } else if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {
+      __m128 x = _mm_loadu_ps(reinterpret_cast<const float *>(s));
+      _mm_storeu_pd(reinterpret_cast<double *>(d), _mm_cvtps_pd(x));
+      _mm_storeu_pd(reinterpret_cast<double *>(d + 16), _mm_cvtps_pd(_mm_movehl_ps(x, x)));
+    } else {
+      __m128 lo = _mm_cvtpd_ps(_mm_loadu_pd(reinterpret_cast<const double *>(s)));
+      __m128 hi = _mm_cvtpd_ps(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)));
+      _mm_storeu_ps(reinterpret_cast<float *>(d), _mm_movelh_ps(lo, hi));
+    }
+  }
+};
+
+// ---------------------------------------------------------------------------
+// General path: scale down, gain, scale up, truncate toward zero, clip.
+// The order of multiplications is kept even for equal types.
+
+template <class D, class S> struct GeneralRule {
+  // Sources whose product with a float gain may not fit a double.
+  static constexpr bool kSplit = kIsInt<S> && S::kBytes == 4;
+
+  double gain;
+
+  // y + err is the exact (or, for float64 sources, double) product.
+  void Scaled(const u8 *s, double &y, double &err) const {
+    err = 0.0;
+    if constexpr (kSplit) {
+      std::int32_t v = ReadInt<S::kCode>(s);
+      double a = (double(v >> 16) * (65536.0 / S::kScale)) * gain;
+      double b = (double(v & 0xFFFF) * (1.0 / S::kScale)) * gain;
+      TwoSum(a, b, y, err);
+    } else if constexpr (kIsInt<S>) {
+      y = (double(ReadInt<S::kCode>(s)) * (1.0 / S::kScale)) * gain;
+    } else {
+      y = double(ReadFloat<S>(s)) * gain;
+    }
+  }
+
+  void One(u8 *d, const u8 *s) const {
+    double y, err;
+    Scaled(s, y, err);
+    if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {
+      WriteFloat<D>(d, y);
+    } else if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
+      WriteFloat<D>(d, float(kSplit ? RoundToOdd(y, err) : y));
+    } else {
+      WriteInt<D::kCode>(d, TruncClip(y * D::kScale, err, D::kMin, D::kMax));
+    }
+  }
+
+  void Scaled4(const u8 *s, __m128d &y0, __m128d &y1, __m128d &e0, __m128d &e1) const {
+    const __m128d g = _mm_set1_pd(gain);
+    e0 = e1 = _mm_setzero_pd();
+    if constexpr (kSplit) {
+      __m128i v = Load4<S::kCode>(s);
+      __m128d h0, h1, l0, l1;
+      ToDouble4(_mm_srai_epi32(v, 16), h0, h1);
+      ToDouble4(_mm_and_si128(v, _mm_set1_epi32(0xFFFF)), l0, l1);
+      const __m128d rh = _mm_set1_pd(65536.0 / S::kScale), rl = _mm_set1_pd(1.0 / S::kScale);
+      TwoSum(_mm_mul_pd(_mm_mul_pd(h0, rh), g), _mm_mul_pd(_mm_mul_pd(l0, rl), g), y0, e0);
+      TwoSum(_mm_mul_pd(_mm_mul_pd(h1, rh), g), _mm_mul_pd(_mm_mul_pd(l1, rl), g), y1, e1);
+    } else if constexpr (kIsInt<S>) {
+      __m128d v0, v1;
+      ToDouble4(Load4<S::kCode>(s), v0, v1);
+      const __m128d r = _mm_set1_pd(1.0 / S::kScale);
+      y0 = _mm_mul_pd(_mm_mul_pd(v0, r), g);
+      y1 = _mm_mul_pd(_mm_mul_pd(v1, r), g);
+    } else if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
+      __m128 x = _mm_loadu_ps(reinterpret_cast<const float *>(s));
+      y0 = _mm_mul_pd(_mm_cvtps_pd(x), g);
+      y1 = _mm_mul_pd(_mm_cvtps_pd(_mm_movehl_ps(x, x)), g);
+    } else {
+      y0 = _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s)), g);
+      y1 = _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)), g);
+    }
+  }
+
+  void Four(u8 *d, const u8 *s) const {
+    __m128d y0, y1, e0, e1;
+    Scaled4(s, y0, y1, e0, e1);
+    if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {
+      _mm_storeu_pd(reinterpret_cast<double *>(d), y0);
+      _mm_storeu_pd(reinterpret_cast<double *>(d + 16), y1);
+    } else if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
+      if constexpr (kSplit) {
+        y0 = RoundToOdd(y0, e0);
+        y1 = RoundToOdd(y1, e1);
+      }
+      _mm_storeu_ps(reinterpret_cast<float *>(d),
+                    _mm_movelh_ps(_mm_cvtpd_ps(y0), _mm_cvtpd_ps(y1)));
+    } else {
+      const __m128d k = _mm_set1_pd(D::kScale);
+      const __m128d lo = _mm_set1_pd(D::kMin), hi = _mm_set1_pd(D::kMax);
+      __m128i t0 = TruncClip2<kSplit>(_mm_mul_pd(y0, k), e0, lo, hi);
+      __m128i t1 = TruncClip2<kSplit>(_mm_mul_pd(y1, k), e1, lo, hi);
+      Store4<D::kCode>(d, _mm_unpacklo_epi64(t0, t1));
+    }
+  }
+};
+
+}  // namespace gv::audio

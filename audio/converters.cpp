@@ -1,0 +1,67 @@
+// The 64 converters, generated from the rules of each (destination, source)
+// pair. The gain is tested once per buffer: exactly 1.0 takes the fast rule,
+// anything else the general rule.
+#include <array>
+#include <cstring>
+#include <utility>
+
+#include "audio/convert.h"
+#include "audio/convert_rules.h"
+
+namespace gv::audio {
+namespace {
+
+// Converters whose destination sample is wider, and float-from-integer of
+// equal width, run from the last sample down so that they work in place.
+template <class D, class S>
+constexpr bool kBackward =
+    D::kBytes > S::kBytes || (kIsFloat<D> && kIsInt<S> && D::kBytes == S::kBytes);
+
+template <class D, class S, class Rule>
+void Run(u8 *d, const u8 *s, DWORD n, const Rule &rule) {
+  constexpr DWORD db = D::kBytes, sb = S::kBytes;
+  const DWORD bulk = n & ~DWORD(3);
+  if constexpr (kBackward<D, S>) {
+    for (DWORD i = n; i-- > bulk;) rule.One(d + i * db, s + i * sb);
+    for (DWORD i = bulk; i != 0;) {
+      i -= 4;
+      rule.Four(d + i * db, s + i * sb);
+    }
+  } else {
+    for (DWORD i = 0; i < bulk; i += 4) rule.Four(d + i * db, s + i * sb);
+    for (DWORD i = bulk; i < n; ++i) rule.One(d + i * db, s + i * sb);
+  }
+}
+
+template <class D, class S>
+void WINAPI Convert(void *pDst, const void *pSrc, DWORD nSamples, float gain) {
+  u8 *d = static_cast<u8 *>(pDst);
+  const u8 *s = static_cast<const u8 *>(pSrc);
+  if (gain == 1.0f) {
+    if constexpr (D::kCode == S::kCode) {
+      if (d != s) std::memmove(d, s, size_t(nSamples) * D::kBytes);
+    } else {
+      Run<D, S>(d, s, nSamples, FastRule<D, S>{});
+    }
+  } else {
+    Run<D, S>(d, s, nSamples, GeneralRule<D, S>{double(gain)});
+  }
+}
+
+template <size_t... I>
+constexpr std::array<GVCONVERTFUNC, 64> MakeConverters(std::index_sequence<I...>) {
+  return {{&Convert<SampleType<kComputableTypes[I / 8]>, SampleType<kComputableTypes[I % 8]>>...}};
+}
+
+constexpr std::array<GVCONVERTFUNC, 64> kConverters =
+    MakeConverters(std::make_index_sequence<64>{});
+
+}  // namespace
+
+GVCONVERTFUNC GetConverter(DWORD dstType, DWORD srcType) {
+  const int d = ComputableIndex(dstType), s = ComputableIndex(srcType);
+  if (d < 0 || s < 0) return nullptr;
+  return kConverters[d * 8 + s];
+}
+
+}  // namespace gv::audio
