@@ -67,8 +67,8 @@ GVAPI(HRESULT) GvList_MoveRange(tGVLIST *list, int from, int to, int count) {
   if (!list) return E_FAIL;
   Access access(list);
   if (!access.allowed()) return E_FAIL;
-  if (count < 0) count = list->count - std::max(from, to);
   if (from < 0 || to < 0) return E_FAIL;
+  if (count < 0) count = list->count - std::max(from, to);
   if (static_cast<int64_t>(from) + count > list->count ||
       static_cast<int64_t>(to) + count > list->count)
     return E_FAIL;
