@@ -93,6 +93,18 @@ TEST(ListInsert, RefusesBadArgumentsWithoutChange) {
   GvList_Destroy(list);
 }
 
+TEST(ListInsert, ImpossibleGrowthFailsBeforeReadingItems) {
+  tGVLIST *list = MakePlain({1, 2, 3}, 4, 4);
+  void *slots = list->slots;
+  DWORD one = 9;  // far fewer items than claimed: they must not be read
+  EXPECT_EQ(GvList_InsertList(list, 0, &one, 0x40000000), E_OUTOFMEMORY);
+  EXPECT_EQ(GvList_InsertList(list, 0, &one, 0x7FFFFFFF), E_OUTOFMEMORY);
+  EXPECT_EQ(list->slots, slots);
+  EXPECT_EQ(list->allocated, 4);
+  EXPECT_EQ(Contents(list), (std::vector<DWORD>{1, 2, 3}));
+  GvList_Destroy(list);
+}
+
 TEST(ListInsert, InlineItemsAreCopiedWholeSlots) {
   tGVLIST *list = nullptr;
   ASSERT_EQ(GvList_CreateEx(&list, 6, 4, 4, GVLIST_INLINE, nullptr, 0), S_OK);
