@@ -27,6 +27,7 @@ class ClassFactory final : public IClassFactory {
   explicit ClassFactory(const CLSID &clsid) : clsid_(clsid) {}
 
   STDMETHODIMP QueryInterface(REFIID iid, void **result) override {
+    if (!result) return E_INVALIDARG;
     if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IClassFactory)) {
       *result = static_cast<IClassFactory *>(this);
       AddRef();
@@ -44,6 +45,7 @@ class ClassFactory final : public IClassFactory {
     return refs_;
   }
   STDMETHODIMP CreateInstance(IUnknown *outer, REFIID iid, void **result) override {
+    if (!result) return E_INVALIDARG;
     *result = nullptr;
     if (outer && !IsEqualIID(iid, IID_IUnknown)) return CLASS_E_NOAGGREGATION;
     HRESULT hr = E_NOINTERFACE;
@@ -97,6 +99,7 @@ using gv::g_frame;
 GVAPI(HRESULT) DllGetClassObject(REFCLSID clsid, REFIID iid, void **result) {
   if (g_frame.refuseClassObjects) return E_ACCESSDENIED;
   if (!gv::kClassTable[0].create) return E_FAIL;
+  if (!result) return E_INVALIDARG;  // nowhere to put a factory
   HRESULT hr = E_FAIL;
   // The walk goes on past a match; an unknown class stays E_FAIL.
   for (const gv::ClassEntry *e = gv::kClassTable; e->create; ++e) {

@@ -23,6 +23,7 @@ class KernelObject final : public IGVKernel {
       : outer_(outer), released_(released) {}
 
   STDMETHODIMP QueryInterface(REFIID iid, void **result) override {
+    if (!result) return E_INVALIDARG;
     if (IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, kIidKernel)) {
       *result = static_cast<IGVKernel *>(this);
       AddRef();
