@@ -144,6 +144,19 @@ TEST_F(ComServer, FactoryQueryInterface) {
   EXPECT_EQ(f->Release(), 0u);
 }
 
+TEST_F(ComServer, NullResultSlotsAreRefusedNotWrittenThrough) {
+  EXPECT_EQ(getClassObject_(kClsidTalc, IID_IClassFactory, nullptr), E_INVALIDARG);
+  IClassFactory *f = Factory();
+  ASSERT_NE(f, nullptr);
+  EXPECT_EQ(f->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
+  EXPECT_EQ(f->CreateInstance(nullptr, kIidKernel, nullptr), E_INVALIDARG);
+  IUnknown *kernel = nullptr;
+  ASSERT_EQ(f->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void **>(&kernel)), S_OK);
+  EXPECT_EQ(kernel->QueryInterface(kIidKernel, nullptr), E_INVALIDARG);
+  EXPECT_EQ(kernel->Release(), 0u);
+  EXPECT_EQ(f->Release(), 0u);
+}
+
 // ---- CreateInstance ----------------------------------------------------
 
 TEST_F(ComServer, CreateInstanceRefusesAggregationUnlessIUnknown) {
@@ -299,6 +312,39 @@ TEST_F(ComServer, LoadingRegistersTheClassInProcessWithBothThreading) {
   ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
 }
 
+// Runs `command` (found on the search path) and returns its exit code.
+DWORD RunAndWait(std::string command) {
+  // Its output goes nowhere, not into this program's report.
+  SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
+  HANDLE nul = CreateFileA("NUL", GENERIC_WRITE, FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0,
+                           nullptr);
+  STARTUPINFOA si = {};
+  si.cb = sizeof si;
+  si.dwFlags = STARTF_USESTDHANDLES;
+  si.hStdOutput = si.hStdError = nul;
+  PROCESS_INFORMATION pi = {};
+  BOOL started = CreateProcessA(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                                &si, &pi);
+  if (nul != INVALID_HANDLE_VALUE) CloseHandle(nul);
+  if (!started) return 0xFFFFFFFF;
+  DWORD code = 0xFFFFFFFE;
+  if (WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0) GetExitCodeProcess(pi.hProcess, &code);
+  CloseHandle(pi.hThread);
+  CloseHandle(pi.hProcess);
+  return code;
+}
+
+TEST_F(ComServer, EveryLoadRegistersTheClassAgain) {
+  ASSERT_EQ(unregister_(), S_OK);
+  ASSERT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
+  // Another process that loads the library, running no test at all.
+  char exe[MAX_PATH];
+  GetModuleFileNameA(nullptr, exe, sizeof exe);
+  EXPECT_EQ(RunAndWait("\"" + std::string(exe) + "\" --gtest_filter=-*"), 0u);
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
+  register_();
+}
+
 TEST_F(ComServer, UnregisterRemovesTheClassKeyAndRegisterRestoresIt) {
   ASSERT_EQ(unregister_(), S_OK);
   EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
@@ -328,21 +374,6 @@ TEST_F(ComServer, RegisterServerServesClientClassesToo) {
 
 TEST_F(ComServer, RegisterServerWithoutAClassIsEFail) {
   EXPECT_EQ(GvRegisterServer(dll_, nullptr, "x", TRUE), E_FAIL);
-}
-
-// Runs `command` (found on the search path) and returns its exit code.
-DWORD RunAndWait(std::string command) {
-  STARTUPINFOA si = {};
-  si.cb = sizeof si;
-  PROCESS_INFORMATION pi = {};
-  if (!CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si,
-                      &pi))
-    return 0xFFFFFFFF;
-  DWORD code = 0xFFFFFFFE;
-  if (WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0) GetExitCodeProcess(pi.hProcess, &code);
-  CloseHandle(pi.hThread);
-  CloseHandle(pi.hProcess);
-  return code;
 }
 
 TEST_F(ComServer, Regsvr32RegistersAndUnregistersTheLibrary) {
