@@ -75,7 +75,8 @@ GVAPI(BOOL) GvIsPowerUser(void);
  * (1 when the key could not be opened). */
 GVAPI(DWORD) GvRegGetSubKeyCount(HKEY parent, LPCSTR subKey, DWORD *nameBufferSize);
 /* Deletes parent\subKey with all descendants. Returns a Win32 error code
- * (ERROR_SUCCESS on success). */
+ * (ERROR_SUCCESS on success; ERROR_INVALID_PARAMETER, touching nothing,
+ * when subKey is null or empty). */
 GVAPI(LONG) GvRegDeleteKey(HKEY parent, LPCSTR subKey);
 
 /* ---- COM server -------------------------------------------------------- */

@@ -19,6 +19,8 @@ GVAPI(DWORD) GvRegGetSubKeyCount(HKEY parent, LPCSTR subKey, DWORD *nameBufferSi
 }
 
 GVAPI(LONG) GvRegDeleteKey(HKEY parent, LPCSTR subKey) {
+  // No name would open `parent` itself and empty everything below it.
+  if (!subKey || !*subKey) return ERROR_INVALID_PARAMETER;
   for (;;) {
     DWORD n = GvRegGetSubKeyCount(parent, subKey, nullptr);
     DWORD before = n;
