@@ -126,6 +126,17 @@ TEST_F(RegistryHelpers, DeleteKeyOfAMissingKeyReportsFileNotFound) {
   EXPECT_TRUE(gvtest::KeyExists(HKEY_CURRENT_USER, root_));
 }
 
+TEST_F(RegistryHelpers, DeleteKeyWithoutASubKeyNameTouchesNothing) {
+  ASSERT_TRUE(Create(root_ + "\\child\\grandchild", "v"));
+  HKEY key;
+  ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, root_.c_str(), &key), ERROR_SUCCESS);
+  // Naming no subkey must not mean "everything below the open key".
+  EXPECT_EQ(GvRegDeleteKey(key, nullptr), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(GvRegDeleteKey(key, ""), ERROR_INVALID_PARAMETER);
+  RegCloseKey(key);
+  EXPECT_TRUE(gvtest::KeyExists(HKEY_CURRENT_USER, root_ + "\\child\\grandchild"));
+}
+
 TEST_F(RegistryHelpers, DeleteKeyWorksRelativeToAnOpenKey) {
   ASSERT_TRUE(Create(root_ + "\\rel\\a\\b"));
   ASSERT_TRUE(Create(root_ + "\\rel\\c"));
