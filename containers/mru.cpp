@@ -90,11 +90,13 @@ GVAPI(int) GvLoadMRUNames(LPCSTR listName, LPSTR *names, int maxCount) {
 }
 
 GVAPI(int) GvAddMRUNames(LPCSTR listName, LPCSTR name) {
+  // No name at all would push an empty slot to the top and hide the list.
+  if (!name) return 0;
   MruList list(listName);
   if (!list.IsOpen()) return 0;
   const int n = list.Capacity();
   char newName[kMaxName + 1];
-  lstrcpynA(newName, name ? name : "", sizeof newName);
+  lstrcpynA(newName, name, sizeof newName);
   if (n < 1) return 1;
 
   char carried[kMaxName + 1];

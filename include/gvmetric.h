@@ -77,7 +77,7 @@ GVAPI(int) GvGetMRUNum(LPCSTR listName);
  * GlobalUnlock and GlobalFree of its GlobalHandle. Returns the count. */
 GVAPI(int) GvLoadMRUNames(LPCSTR listName, LPSTR *names, int maxCount);
 /* Puts `name` (cut to 259 characters) at the top, moving it up if it is
- * already listed. 1, or 0 when the list cannot be opened. */
+ * already listed. 1, or 0 when `name` is null or the list cannot be opened. */
 GVAPI(int) GvAddMRUNames(LPCSTR listName, LPCSTR name);
 /* Attaches a data block to the slot holding `name`. S_OK when the name is
  * not found, else the result of writing the block. */
