@@ -162,6 +162,18 @@ TEST_F(Mru, AddingStopsAtTheFirstGap) {
   EXPECT_EQ(Slots(4), (Names{"x", "a", "c", kMissing}));
 }
 
+TEST_F(Mru, NullArgumentsLeaveTheListAlone) {
+  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
+  Add({"b", "a"});
+  EXPECT_EQ(GvAddMRUNames(List(), nullptr), 0);
+  EXPECT_EQ(Slots(3), (Names{"a", "b", kMissing}));
+  EXPECT_EQ(GvLoadMRUNames(List(), nullptr, 5), 0);
+  EXPECT_EQ(GvSetMRUNamesData(List(), nullptr, "x", 1), S_OK);
+  EXPECT_EQ(GvGetMRUNamesDataSize(List(), "a", nullptr), S_OK);
+  EXPECT_EQ(GvGetMRUNamesData(List(), "a", nullptr, 4), 0u);
+  EXPECT_FALSE(HasValue("B2500"));
+}
+
 // ---- Loading names ----------------------------------------------------------
 
 TEST_F(Mru, LoadReturnsNamesInOrderUpToTheMaximum) {
