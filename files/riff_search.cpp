@@ -36,7 +36,27 @@ HRESULT FindChunk(HANDLE file, DWORD id, DWORD *size, LONG *remaining) {
 }
 
 HRESULT FindList(HANDLE file, DWORD listType, DWORD *size, LONG *remaining) {
+  uint64_t lastStart = ~uint64_t{0};
+  LONG lastBudget = 0;
   for (;;) {
+    // A file whose last four bytes are "LIST" brings the search back to
+    // where it was: the size and type read as zero and the skip steps back
+    // over the identifier. Every round then costs the same; without a budget
+    // the search could never end, with one the rounds that the budget pays
+    // for in full are taken in one step.
+    uint64_t start = Tell(file);
+    if (start == lastStart) {
+      if (!remaining) return GVRIFF_E_NOTFOUND;
+      int64_t cost = int64_t{lastBudget} - *remaining;
+      int64_t budget = *remaining;
+      if (cost > 0 && budget >= cost + 8) {
+        budget -= (budget - (cost + 8)) / cost * cost;
+        *remaining = static_cast<LONG>(budget);
+      }
+    }
+    lastStart = start;
+    lastBudget = remaining ? *remaining : 0;
+
     DWORD listSize = 0;
     HRESULT hr = FindChunk(file, GVRIFF_ID_LIST, &listSize, remaining);
     if (hr != S_OK) return hr;

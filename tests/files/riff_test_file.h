@@ -1,0 +1,148 @@
+// Temporary files and RIFF byte builders for the riff_ tests.
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "gvtalc.h"
+
+namespace gvtest {
+
+using Bytes = std::vector<BYTE>;
+
+inline DWORD Fcc(const char *s) { return GVRIFF_FOURCC(s[0], s[1], s[2], s[3]); }
+
+inline void Le32(Bytes &b, DWORD v) {
+  for (int i = 0; i < 4; ++i) b.push_back(static_cast<BYTE>(v >> (8 * i)));
+}
+
+inline void Append(Bytes &b, const Bytes &more) { b.insert(b.end(), more.begin(), more.end()); }
+
+// A chunk header with any size field, without data.
+inline Bytes Header(const char *id, DWORD size) {
+  Bytes b(id, id + 4);
+  Le32(b, size);
+  return b;
+}
+
+// A whole chunk: header, data, pad byte when the size is odd.
+inline Bytes Chunk(const char *id, const Bytes &data) {
+  Bytes b = Header(id, static_cast<DWORD>(data.size()));
+  Append(b, data);
+  if (data.size() & 1) b.push_back(0);
+  return b;
+}
+
+inline Bytes Text(const char *s) { return Bytes(s, s + strlen(s)); }
+
+// "RIFF" + (4 + body) + form + body.
+inline Bytes Riff(const char *form, const Bytes &body) {
+  Bytes b = Header("RIFF", static_cast<DWORD>(4 + body.size()));
+  b.insert(b.end(), form, form + 4);
+  Append(b, body);
+  return b;
+}
+
+inline Bytes List(const char *type, const Bytes &entries) {
+  Bytes data(type, type + 4);
+  Append(data, entries);
+  return Chunk("LIST", data);
+}
+
+// The canonical 44-byte-header WAVE file: fmt (16 bytes PCM), data.
+inline Bytes CanonicalWave(DWORD dataBytes) {
+  Bytes fmt;
+  Le32(fmt, 0x00020001);
+  Le32(fmt, 44100);
+  Le32(fmt, 44100 * 4);
+  Le32(fmt, 0x00100004);
+  Bytes body = Chunk("fmt ", fmt);
+  Bytes data(dataBytes);
+  for (DWORD i = 0; i < dataBytes; ++i) data[i] = static_cast<BYTE>(i);
+  Append(body, Chunk("data", data));
+  return Riff("WAVE", body);
+}
+
+// A file in the temporary folder, deleted on destruction. The handle is
+// opened for reading and writing unless another access is asked for.
+class TempFile {
+ public:
+  explicit TempFile(const Bytes &contents = Bytes()) {
+    char dir[MAX_PATH], name[MAX_PATH];
+    GetTempPathA(MAX_PATH, dir);
+    GetTempFileNameA(dir, "gvr", 0, name);
+    path_ = name;
+    Put(contents);
+    handle_ = Open(GENERIC_READ | GENERIC_WRITE);
+  }
+  ~TempFile() {
+    Close();
+    DeleteFileA(path_.c_str());
+  }
+  TempFile(const TempFile &) = delete;
+  TempFile &operator=(const TempFile &) = delete;
+
+  HANDLE handle() const { return handle_; }
+  const std::string &path() const { return path_; }
+
+  // Reopens with only this access (GENERIC_READ or GENERIC_WRITE), so that
+  // writes or reads through the handle fail.
+  void Reopen(DWORD access) {
+    Close();
+    handle_ = Open(access);
+  }
+
+  // Offset of the file pointer (64 bits).
+  uint64_t Pos() const {
+    LARGE_INTEGER zero, at;
+    zero.QuadPart = 0;
+    at.QuadPart = -1;
+    SetFilePointerEx(handle_, zero, &at, FILE_CURRENT);
+    return static_cast<uint64_t>(at.QuadPart);
+  }
+  void Seek(uint64_t offset) const {
+    LARGE_INTEGER d;
+    d.QuadPart = static_cast<LONGLONG>(offset);
+    SetFilePointerEx(handle_, d, nullptr, FILE_BEGIN);
+  }
+
+  // The bytes on disk, read through a separate handle.
+  Bytes OnDisk() const {
+    HANDLE h = CreateFileA(path_.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                           nullptr, OPEN_EXISTING, 0, nullptr);
+    Bytes b;
+    if (h == INVALID_HANDLE_VALUE) return b;
+    b.resize(GetFileSize(h, nullptr));
+    DWORD n = 0;
+    if (!b.empty()) ReadFile(h, b.data(), static_cast<DWORD>(b.size()), &n, nullptr);
+    b.resize(n);
+    CloseHandle(h);
+    return b;
+  }
+
+ private:
+  HANDLE Open(DWORD access) const {
+    return CreateFileA(path_.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                       OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  }
+  void Put(const Bytes &contents) const {
+    HANDLE h = CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+                           FILE_ATTRIBUTE_NORMAL, nullptr);
+    DWORD n = 0;
+    if (!contents.empty()) WriteFile(h, contents.data(), static_cast<DWORD>(contents.size()), &n, nullptr);
+    CloseHandle(h);
+  }
+  void Close() {
+    if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+    handle_ = INVALID_HANDLE_VALUE;
+  }
+
+  std::string path_;
+  HANDLE handle_ = INVALID_HANDLE_VALUE;
+};
+
+}  // namespace gvtest
