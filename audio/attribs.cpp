@@ -1,8 +1,8 @@
-// Attributes records: construction, matching, silence, and the converter
+// Attributes records: byte widths, matching, silence, and the converter
 // chosen for a pair of records.
 #include <cstring>
 
-#include "audio/convert.h"
+#include "convert.h"
 #include "gvaudio.h"
 
 namespace gv::audio {
@@ -68,28 +68,9 @@ void FillSilence(const tGVAUDIOATTRIBS &attr, void *buffer, DWORD frames) {
   const DWORD word = byte * 0x01010101u;
   const size_t total = size_t(frames) * attr.nBlockAlign;
   unsigned char *p = static_cast<unsigned char *>(buffer);
-  size_t i = 0;
-  for (; i + 4 <= total; i += 4) std::memcpy(p + i, &word, 4);
-  for (; i < total; ++i) p[i] = byte;
+  const size_t words = total / 4;
+  for (size_t w = 0; w < words; ++w) std::memcpy(p + w * 4, &word, 4);
+  for (size_t i = words * 4; i < total; ++i) p[i] = byte;
 }
 
 }  // namespace gv::audio
-
-GVAPI(HRESULT) GvAudio_InitAttribs(tGVAUDIOATTRIBS *pAttr, DWORD cbAttr, DWORD dwUser,
-                                   DWORD dwFlags, DWORD nSamplesPerSec, DWORD nBitsPerSample,
-                                   DWORD nChannels) {
-  if (!pAttr) return S_OK;
-  tGVAUDIOATTRIBS full;
-  std::memset(&full, 0, sizeof full);
-  full.dwUser = dwUser;
-  full.dwFlags = dwFlags;
-  full.nSamplesPerSec = nSamplesPerSec;
-  full.nChannels = nChannels;
-  full.nBitsPerSample = nBitsPerSample;
-  full.nBytesPerSample = gv::audio::BytesPerSample(nBitsPerSample, dwFlags);
-  full.nBlockAlign = full.nBytesPerSample * nChannels;
-  const DWORD count = cbAttr < sizeof full ? cbAttr : DWORD(sizeof full);
-  std::memcpy(pAttr, &full, count);
-  if (count >= sizeof(DWORD)) pAttr->cbSize = count;
-  return S_OK;
-}

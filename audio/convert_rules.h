@@ -19,7 +19,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "audio/sampletypes.h"
+#include "sampletypes.h"
 
 namespace gv::audio {
 

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <utility>
 
-#include "audio/convert.h"
-#include "audio/convert_rules.h"
+#include "convert.h"
+#include "convert_rules.h"
 
 namespace gv::audio {
 namespace {

@@ -1,5 +1,5 @@
 // The exported converter choosers and one-call copies.
-#include "audio/convert.h"
+#include "convert.h"
 #include "gvconvert.h"
 
 using namespace gv::audio;

@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-#include "audio/formattext.h"
+#include "formattext.h"
 #include "gvaudio.h"
 
 namespace gv::audio {
