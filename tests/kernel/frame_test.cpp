@@ -2,51 +2,83 @@
 // message boxes, the command-line tail, and the platform queries.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "gvtalc.h"
 #include "support/msgbox_catcher.h"
 
 namespace {
 
-// A copy of this program started with this variable set writes its command
-// line and GvGetCommandLine's answer to the file it names, then exits before
-// any test runs.
-const char kArgsOutVar[] = "GVTEST_CMDLINE_OUT";
+// A copy of this program started with kChildOutVar set runs no test: it
+// writes a report to the file named there and exits during start-up. The
+// kind of report is chosen by kChildModeVar.
+const char kChildOutVar[] = "GVTEST_CHILD_OUT";
+const char kChildModeVar[] = "GVTEST_CHILD_MODE";
 
-const bool g_childMode = [] {
-  char path[MAX_PATH];
-  DWORD n = GetEnvironmentVariableA(kArgsOutVar, path, sizeof path);
-  if (n == 0 || n >= sizeof path) return false;
+// Offset of the tail in the line, the line, a zero, the tail.
+std::string CommandLineReport() {
   const char *line = GetCommandLineA();
   const char *tail = GvGetCommandLine();
-  // Offset of the tail in the line, then the line, then the tail itself.
-  char header[32];
-  int headerLength = wsprintfA(header, "%ld\n", static_cast<long>(tail - line));
+  return std::to_string(tail - line) + "\n" + std::string(line, strlen(line) + 1) + tail;
+}
+
+// "major platform isWin95 isPowerUser result boxes", then caption, a zero,
+// text of the first box. The version check runs only when asked to, since
+// every box it shows takes time.
+std::string PlatformReport(bool check) {
+  OSVERSIONINFOA os = {};
+  os.dwOSVersionInfoSize = sizeof os;
+  GetVersionExA(&os);
+  BOOL win95 = GvIsWin95();
+  BOOL power = GvIsPowerUser();
+  HRESULT hr = S_OK;
+  std::vector<gvtest::CaughtBox> boxes;
+  if (check) {
+    gvtest::MsgBoxCatcher catcher;
+    hr = GvKernel_CheckVersion(nullptr, "Old Client", GVKERNEL_VERSION + 1, 2, 0);
+    boxes = catcher.Boxes();
+  }
+  char head[128];
+  wsprintfA(head, "%lu %lu %d %d %ld %u\n", os.dwMajorVersion, os.dwPlatformId, win95, power,
+            static_cast<long>(hr), static_cast<unsigned>(boxes.size()));
+  std::string report = head;
+  if (!boxes.empty()) report += boxes[0].caption + std::string(1, '\0') + boxes[0].text;
+  return report;
+}
+
+const bool g_childMode = [] {
+  char path[MAX_PATH], mode[32] = "";
+  DWORD n = GetEnvironmentVariableA(kChildOutVar, path, sizeof path);
+  if (n == 0 || n >= sizeof path) return false;
+  GetEnvironmentVariableA(kChildModeVar, mode, sizeof mode);
+  std::string report = lstrcmpA(mode, "platform") == 0         ? PlatformReport(false)
+                       : lstrcmpA(mode, "platform+check") == 0 ? PlatformReport(true)
+                                                               : CommandLineReport();
   HANDLE f = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
   if (f != INVALID_HANDLE_VALUE) {
     DWORD written;
-    WriteFile(f, header, headerLength, &written, nullptr);
-    WriteFile(f, line, lstrlenA(line) + 1, &written, nullptr);
-    WriteFile(f, tail, lstrlenA(tail), &written, nullptr);
+    WriteFile(f, report.data(), static_cast<DWORD>(report.size()), &written, nullptr);
     CloseHandle(f);
   }
   ExitProcess(0);
   return true;
 }();
 
-struct ChildReport {
-  long offset = -1;
-  std::string line;
-  std::string tail;
-};
-
-// Runs this program again under `commandLine` and collects what it reports.
-bool RunChild(const std::string &commandLine, ChildReport *report) {
-  char exe[MAX_PATH], dir[MAX_PATH], out[MAX_PATH];
+std::string ThisProgram() {
+  char exe[MAX_PATH] = "";
   GetModuleFileNameA(nullptr, exe, sizeof exe);
+  return exe;
+}
+
+// Runs `exe` under `commandLine` in child mode `mode`; false when it did not
+// start, did not finish within 20 s or wrote nothing.
+bool RunChild(const std::string &exe, const std::string &commandLine, const char *mode,
+              std::string *report) {
+  char dir[MAX_PATH], out[MAX_PATH];
   GetTempPathA(sizeof dir, dir);
   if (!GetTempFileNameA(dir, "gvc", 0, out)) return false;
 
@@ -54,32 +86,110 @@ bool RunChild(const std::string &commandLine, ChildReport *report) {
   STARTUPINFOA si = {};
   si.cb = sizeof si;
   PROCESS_INFORMATION pi = {};
-  SetEnvironmentVariableA(kArgsOutVar, out);
-  BOOL started = CreateProcessA(exe, &mutableLine[0], nullptr, nullptr, FALSE, 0, nullptr,
-                                nullptr, &si, &pi);
-  SetEnvironmentVariableA(kArgsOutVar, nullptr);
-  bool ok = false;
+  SetEnvironmentVariableA(kChildOutVar, out);
+  SetEnvironmentVariableA(kChildModeVar, mode);
+  BOOL started = CreateProcessA(exe.c_str(), &mutableLine[0], nullptr, nullptr, FALSE, 0,
+                                nullptr, nullptr, &si, &pi);
+  SetEnvironmentVariableA(kChildOutVar, nullptr);
+  SetEnvironmentVariableA(kChildModeVar, nullptr);
+  bool finished = false;
   if (started) {
-    ok = WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0;
+    finished = WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0;
     CloseHandle(pi.hThread);
     CloseHandle(pi.hProcess);
   }
+  report->clear();
   HANDLE f = CreateFileA(out, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-  std::string all;
   if (f != INVALID_HANDLE_VALUE) {
     char buffer[4096];
     DWORD got = 0;
-    while (ReadFile(f, buffer, sizeof buffer, &got, nullptr) && got) all.append(buffer, got);
+    while (ReadFile(f, buffer, sizeof buffer, &got, nullptr) && got) report->append(buffer, got);
     CloseHandle(f);
   }
   DeleteFileA(out);
-  size_t newline = all.find('\n');
-  size_t zero = all.find('\0', newline == std::string::npos ? 0 : newline);
-  if (!ok || newline == std::string::npos || zero == std::string::npos) return false;
-  report->offset = std::strtol(all.substr(0, newline).c_str(), nullptr, 10);
-  report->line = all.substr(newline + 1, zero - newline - 1);
-  report->tail = all.substr(zero + 1);
+  return finished && !report->empty();
+}
+
+// A copy of this program under a name of its own, which Wine's per-program
+// settings make report another Windows version ("win31", "win95").
+class ProgramAsPlatform {
+ public:
+  explicit ProgramAsPlatform(const char *version) {
+    std::string exe = ThisProgram();
+    std::string name = std::string("gvtest_") + version + ".exe";
+    copy_ = exe.substr(0, exe.find_last_of('\\') + 1) + name;
+    settings_ = "Software\\Wine\\AppDefaults\\" + name;
+    copied_ = CopyFileA(exe.c_str(), copy_.c_str(), FALSE) != FALSE;
+    HKEY key;
+    if (RegCreateKeyA(HKEY_CURRENT_USER, settings_.c_str(), &key) == ERROR_SUCCESS) {
+      RegSetValueExA(key, "Version", 0, REG_SZ, reinterpret_cast<const BYTE *>(version),
+                     lstrlenA(version) + 1);
+      RegCloseKey(key);
+    }
+  }
+  ~ProgramAsPlatform() {
+    RegDeleteKeyA(HKEY_CURRENT_USER, settings_.c_str());
+    DeleteFileA(copy_.c_str());
+  }
+  ProgramAsPlatform(const ProgramAsPlatform &) = delete;
+  ProgramAsPlatform &operator=(const ProgramAsPlatform &) = delete;
+
+  bool Run(const char *mode, std::string *report) const {
+    return copied_ && RunChild(copy_, "\"" + copy_ + "\"", mode, report);
+  }
+
+ private:
+  std::string copy_, settings_;
+  bool copied_ = false;
+};
+
+struct PlatformFacts {
+  unsigned long major = 0, platform = 0;
+  int win95 = -1, power = -1;
+  long result = 0;
+  unsigned boxes = 0;
+  std::string caption, text;
+};
+
+bool ParsePlatformReport(const std::string &report, PlatformFacts *facts) {
+  size_t newline = report.find('\n');
+  if (newline == std::string::npos ||
+      sscanf(report.c_str(), "%lu %lu %d %d %ld %u", &facts->major, &facts->platform,
+             &facts->win95, &facts->power, &facts->result, &facts->boxes) != 6)
+    return false;
+  std::string rest = report.substr(newline + 1);
+  size_t zero = rest.find('\0');
+  if (zero != std::string::npos) {
+    facts->caption = rest.substr(0, zero);
+    facts->text = rest.substr(zero + 1);
+  }
   return true;
+}
+
+const char kProbeNt[] = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\~GvTestLoginPrivilege";
+const char kProbe95[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\~GvTestLoginPrivilege";
+
+bool MachineKeyExists(const char *path) {
+  HKEY key;
+  if (RegOpenKeyA(HKEY_LOCAL_MACHINE, path, &key) != ERROR_SUCCESS) return false;
+  RegCloseKey(key);
+  return true;
+}
+
+// Both probe keys present, so that the one GvIsPowerUser uses shows by its
+// absence afterwards.
+bool CreateBothProbeKeys() {
+  for (const char *path : {kProbeNt, kProbe95}) {
+    HKEY key;
+    if (RegCreateKeyA(HKEY_LOCAL_MACHINE, path, &key) != ERROR_SUCCESS) return false;
+    RegCloseKey(key);
+  }
+  return true;
+}
+
+void DeleteBothProbeKeys() {
+  RegDeleteKeyA(HKEY_LOCAL_MACHINE, kProbeNt);
+  RegDeleteKeyA(HKEY_LOCAL_MACHINE, kProbe95);
 }
 
 // ---- Version contract ---------------------------------------------------
@@ -179,15 +289,33 @@ TEST(CommandLineTail, SkipsTheProgramNameAndTheWhiteSpaceAfterIt) {
   for (size_t i = 0; i < sizeof kCommandLines / sizeof kCommandLines[0]; ++i) {
     const CommandLineCase &c = kCommandLines[i];
     SCOPED_TRACE(testing::Message() << "case " << i << ": " << c.line);
-    ChildReport report;
-    ASSERT_TRUE(RunChild(c.line, &report));
-    ASSERT_EQ(report.line, c.line) << "the child did not see the line it was given";
-    EXPECT_EQ(report.tail, c.tail);
-    EXPECT_EQ(report.offset, static_cast<long>(std::strlen(c.line) - std::strlen(c.tail)));
+    std::string report;
+    ASSERT_TRUE(RunChild(ThisProgram(), c.line, "cmdline", &report));
+    size_t newline = report.find('\n');
+    size_t zero = report.find('\0');
+    ASSERT_TRUE(newline != std::string::npos && zero != std::string::npos && newline < zero);
+    ASSERT_EQ(report.substr(newline + 1, zero - newline - 1), c.line)
+        << "the child did not see the line it was given";
+    EXPECT_EQ(report.substr(zero + 1), c.tail);
+    EXPECT_EQ(std::strtol(report.c_str(), nullptr, 10),
+              static_cast<long>(std::strlen(c.line) - std::strlen(c.tail)));
   }
 }
 
 // ---- Platform queries ---------------------------------------------------
+
+TEST(KernelCheckVersion, RefusesPlatformsBeforeWindows95BeforeAnythingElse) {
+  ProgramAsPlatform old("win31");
+  std::string report;
+  ASSERT_TRUE(old.Run("platform+check", &report));
+  PlatformFacts facts;
+  ASSERT_TRUE(ParsePlatformReport(report, &facts)) << report;
+  if (facts.major >= 4) GTEST_SKIP() << "the platform version could not be changed";
+  EXPECT_EQ(facts.result, static_cast<long>(E_FAIL));
+  ASSERT_EQ(facts.boxes, 1u);
+  EXPECT_EQ(facts.caption, "Marrowbeam Kernel");
+  EXPECT_EQ(facts.text, "This product requires Windows 95 or Windows NT 4.0 or later.");
+}
 
 TEST(IsWin95, MatchesThePlatformIdAndStaysTheSame) {
   OSVERSIONINFOA os = {};
@@ -199,9 +327,6 @@ TEST(IsWin95, MatchesThePlatformIdAndStaysTheSame) {
 }
 
 TEST(IsPowerUser, MatchesMachineWideWriteAccessAndLeavesNoKey) {
-  const char *probe = GvIsWin95()
-                          ? "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\~GvTestLoginPrivilege"
-                          : "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\~GvTestLoginPrivilege";
   HKEY key;
   bool canWrite = RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\GvTestPowerUserProbe", &key) ==
                   ERROR_SUCCESS;
@@ -210,8 +335,32 @@ TEST(IsPowerUser, MatchesMachineWideWriteAccessAndLeavesNoKey) {
     RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\GvTestPowerUserProbe");
   }
   EXPECT_EQ(GvIsPowerUser(), canWrite ? TRUE : FALSE);
-  EXPECT_NE(RegOpenKeyA(HKEY_LOCAL_MACHINE, probe, &key), ERROR_SUCCESS)
+  EXPECT_FALSE(MachineKeyExists(GvIsWin95() ? kProbe95 : kProbeNt))
       << "the probe key was left behind";
+}
+
+TEST(IsPowerUser, ProbesUnderTheKeyOfThePlatformFamily) {
+  if (GvIsWin95() || !CreateBothProbeKeys()) GTEST_SKIP() << "needs an NT-family power user";
+  EXPECT_TRUE(GvIsPowerUser());
+  EXPECT_FALSE(MachineKeyExists(kProbeNt));
+  EXPECT_TRUE(MachineKeyExists(kProbe95));
+  DeleteBothProbeKeys();
+
+  ASSERT_TRUE(CreateBothProbeKeys());
+  ProgramAsPlatform win95("win95");
+  std::string report;
+  bool ran = win95.Run("platform", &report);
+  bool ntLeft = MachineKeyExists(kProbeNt), win95Left = MachineKeyExists(kProbe95);
+  DeleteBothProbeKeys();
+  ASSERT_TRUE(ran);
+  PlatformFacts facts;
+  ASSERT_TRUE(ParsePlatformReport(report, &facts)) << report;
+  if (facts.platform != VER_PLATFORM_WIN32_WINDOWS)
+    GTEST_SKIP() << "the platform family could not be changed";
+  EXPECT_EQ(facts.win95, TRUE);
+  EXPECT_EQ(facts.power, TRUE);
+  EXPECT_TRUE(ntLeft);
+  EXPECT_FALSE(win95Left);
 }
 
 }  // namespace
