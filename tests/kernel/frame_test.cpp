@@ -363,4 +363,58 @@ TEST(IsPowerUser, ProbesUnderTheKeyOfThePlatformFamily) {
   EXPECT_FALSE(win95Left);
 }
 
+// ---- System colours and debug text ------------------------------------------
+
+TEST(UserPrefChanges, PassesEveryMessageOnToTheDefaultProcedure) {
+  HWND window = CreateWindowExA(0, "STATIC", "four", WS_OVERLAPPED, 0, 0, 50, 50, nullptr,
+                                nullptr, nullptr, nullptr);
+  ASSERT_NE(window, nullptr);
+  EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_GETTEXTLENGTH, 0, 0), 4);
+  char text[8] = "";
+  EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_GETTEXT, sizeof text,
+                                     reinterpret_cast<LPARAM>(text)),
+            4);
+  EXPECT_STREQ(text, "four");
+  EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_SYSCOLORCHANGE, 0, 0),
+            DefWindowProcA(window, WM_SYSCOLORCHANGE, 0, 0));
+  DestroyWindow(window);
+}
+
+TEST(DebugString, DrawsAGreyFramedStripAlongTheBottomOfTheScreen) {
+  RECT desktop;
+  GetClientRect(GetDesktopWindow(), &desktop);
+  const int w = desktop.right, h = desktop.bottom;
+  // A white background, so that the frame shows.
+  HDC screen = GetDC(nullptr);
+  PatBlt(screen, 0, h - 100, w, 100, WHITENESS);
+  ReleaseDC(nullptr, screen);
+
+  // The strip is set up on the first call: from (1, h - 70) to (w - 80, h),
+  // framed one pixel outside, text inside it one pixel in.
+  EXPECT_EQ(GvDebugString("first", FALSE), 1);
+  EXPECT_EQ(GvDebugString(" line", TRUE), 1);
+  for (int i = 0; i < 20; ++i) EXPECT_EQ(GvDebugString("wrapping around the strip", TRUE), 1);
+  EXPECT_EQ(GvDebugString(nullptr, TRUE), 1);
+
+  screen = GetDC(nullptr);
+  const struct {
+    int x, y;
+    COLORREF colour;
+  } probes[] = {
+      {w / 2, h - 71, RGB(0, 0, 0)},          // top of the frame
+      {0, h - 30, RGB(0, 0, 0)},              // left edge of the frame
+      {w - 80, h - 30, RGB(0, 0, 0)},         // right edge of the frame
+      {w - 82, h - 2, RGB(192, 192, 192)},    // inside, never written
+      {w / 2, h - 72, RGB(255, 255, 255)},    // above the frame
+      {w - 79, h - 30, RGB(255, 255, 255)},   // right of the frame
+  };
+  for (const auto &p : probes) {
+    SCOPED_TRACE(testing::Message() << "pixel " << p.x << "," << p.y);
+    COLORREF got = GetPixel(screen, p.x, p.y);
+    if (got == CLR_INVALID) continue;  // a screen that cannot be read back
+    EXPECT_EQ(got, p.colour);
+  }
+  ReleaseDC(nullptr, screen);
+}
+
 }  // namespace
