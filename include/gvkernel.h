@@ -82,7 +82,8 @@ GVAPI(LONG) GvRegDeleteKey(HKEY parent, LPCSTR subKey);
 /* ---- COM server -------------------------------------------------------- */
 
 /* E_ACCESSDENIED when refusing, E_FAIL for an unknown class (not
- * CLASS_E_CLASSNOTAVAILABLE), else the factory's QueryInterface result. */
+ * CLASS_E_CLASSNOTAVAILABLE), E_INVALIDARG for a null result, else the
+ * factory's QueryInterface result (*result is null on failure). */
 GVAPI(HRESULT) DllGetClassObject(REFCLSID clsid, REFIID iid, void **result);
 /* S_OK when no object, server lock or other hold is outstanding, else S_FALSE. */
 GVAPI(HRESULT) DllCanUnloadNow(void);
