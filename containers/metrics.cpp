@@ -73,6 +73,8 @@ void KeyPath(char (&path)[260], LPCSTR app, DWORD version, LPCSTR subKey) {
 GVAPI(HRESULT) GvMetric_Open(HGVMETRIC *result, LPCSTR app, DWORD version, LPCSTR subKey) {
   if (!result) return E_INVALIDARG;
   *result = nullptr;
+  // An empty name would drop a level from the path and land elsewhere.
+  if (!app || !*app) return E_INVALIDARG;
   auto *m = static_cast<tGVMETRICS *>(calloc(1, sizeof(tGVMETRICS)));
   if (!m) return E_OUTOFMEMORY;
   KeyPath(m->machinePath, app, version, subKey);
@@ -95,6 +97,7 @@ GVAPI(HRESULT) GvMetric_Close(HGVMETRIC handle) {
 }
 
 GVAPI(HRESULT) GvMetric_DeleteAll(LPCSTR app, DWORD version) {
+  if (!app || !*app) return 0;  // no application: nothing of its own to delete
   char path[260];
   KeyPath(path, app, version, nullptr);
   GvRegDeleteKey(HKEY_LOCAL_MACHINE, path);

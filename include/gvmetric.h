@@ -20,13 +20,15 @@ typedef struct tGVMETRICS *HGVMETRIC;
 
 /* Opens (creating keys as needed) the settings of `app`, version word
  * `version` (major in bits 24..31, minor in 16..23), optional `subKey`.
- * *result is set to null first. S_OK, or E_OUTOFMEMORY. Keys that cannot
- * be created are left closed and read as absent. Close with GvMetric_Close. */
+ * *result is set to null first. S_OK, E_OUTOFMEMORY, or E_INVALIDARG when
+ * result is null or app is null or empty. Keys that cannot be created are
+ * left closed and read as absent. Close with GvMetric_Close. */
 GVAPI(HRESULT) GvMetric_Open(HGVMETRIC *result, LPCSTR app, DWORD version, LPCSTR subKey);
 /* Closes both keys and frees the handle (null is allowed). Returns 0. */
 GVAPI(HRESULT) GvMetric_Close(HGVMETRIC handle);
 /* Deletes the whole Metrics tree of `app` and `version`, machine-wide
- * first, then per-user. Returns 0 whatever happens. */
+ * first, then per-user (nothing when app is null or empty). Returns 0
+ * whatever happens. */
 GVAPI(HRESULT) GvMetric_DeleteAll(LPCSTR app, DWORD version);
 
 /* The REG_DWORD of `id`, or 0 when missing, of another type or size. */
