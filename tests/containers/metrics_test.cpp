@@ -109,6 +109,22 @@ TEST_F(Metrics, OpenFormsThePathFromMajorMinorAndSubKey) {
   }
 }
 
+TEST_F(Metrics, OpenWithoutAnOutHandleIsInvalidArg) {
+  EXPECT_EQ(GvMetric_Open(nullptr, app_.c_str(), kVersion, nullptr), E_INVALIDARG);
+}
+
+TEST_F(Metrics, OpenAndDeleteAllNeedAnApplicationName) {
+  // Without a name the key path would lose a level and land elsewhere.
+  for (const char *app : {static_cast<const char *>(nullptr), ""}) {
+    SCOPED_TRACE(app ? "empty" : "null");
+    HGVMETRIC h = reinterpret_cast<HGVMETRIC>(0xdeadbeef);
+    EXPECT_EQ(GvMetric_Open(&h, app, kVersion, nullptr), E_INVALIDARG);
+    EXPECT_EQ(h, nullptr);
+    EXPECT_EQ(GvMetric_DeleteAll(app, kVersion), 0);
+    EXPECT_FALSE(gvtest::KeyExists(HKEY_CURRENT_USER, "Software\\Marrowbeam\\2.3\\Metrics"));
+  }
+}
+
 TEST_F(Metrics, CloseAcceptsNull) { EXPECT_EQ(GvMetric_Close(nullptr), 0); }
 
 TEST_F(Metrics, DeleteAllRemovesTheMetricsTreeOfOneVersionInBothHives) {
@@ -401,6 +417,20 @@ TEST_F(Metrics, GetMetricStringExFallsBackAsDocumented) {
     for (DWORD j = c.size; j < sizeof buffer; ++j)
       EXPECT_EQ(static_cast<BYTE>(buffer[j]), 0xAA) << "canary " << j;
   }
+}
+
+TEST_F(Metrics, AnUnterminatedTextThatFillsTheBufferIsNotHandedOutUnterminated) {
+  WriteRaw(HKEY_CURRENT_USER, path_, "S1", REG_SZ, "abcd", 4);
+  char buffer[6];
+  memset(buffer, 0x55, sizeof buffer);
+  int n = GvGetMetricStringEx(h_, 1, buffer, 4, "xy", FALSE);
+  EXPECT_EQ(n, 2);
+  EXPECT_STREQ(buffer, "xy");
+  EXPECT_EQ(buffer[4], 0x55);
+  // With room to spare the terminator comes from zeroing the rest.
+  memset(buffer, 0x55, sizeof buffer);
+  GvGetMetricStringEx(h_, 1, buffer, 6, "xy", FALSE);
+  EXPECT_STREQ(buffer, "abcd");
 }
 
 // ---- Existence and deletion ---------------------------------------------
