@@ -5,9 +5,6 @@
 
 namespace gv {
 
-HRESULT TextServices_Init() { return S_OK; }
-void TextServices_Term() {}
-
 HRESULT Language_OpenOwn(void **handle, HINSTANCE) {
   *handle = nullptr;
   return S_OK;
