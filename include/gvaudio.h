@@ -80,6 +80,12 @@ GVAPI(double) GvAudio_GetNormalizeFactor(int nBits);
  * at most cchText bytes are written and pszText[cchText-1] is set to 0. */
 GVAPI(HRESULT) GvAudio_GetTagText(DWORD wFormatTag, LPSTR pszText, UINT cchText);
 
+/* A description such as "44,100 Hz, 16-bit, Stereo" for PCM-family
+ * records whose nBlockAlign is whole bytes times channels; other records
+ * are described by the audio compression manager. 0, or E_FAIL with
+ * "Unknown". Buffer rules as for GvAudio_GetTagText. */
+GVAPI(HRESULT) GvAudio_GetAttribsText(const WAVEFORMATEX *pwfx, LPSTR pszText, UINT cchText);
+
 /* Builds a full record (fields 1-5 from the arguments, 6 and 7 computed),
  * copies its first min(cbAttr, 48) bytes to pAttr and stores that count in
  * cbSize (when at least 4 bytes were copied). Note the order: bits before

@@ -195,3 +195,51 @@ TEST(AudioFormats, RegionIntersection) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(AudioAttribsText, PcmFamilyTextIsBuiltByTheFormatter) {
+  const struct {
+    WORD tag, bits, channels;
+    DWORD rate;
+    const char *want;
+  } cases[] = {{WAVE_FORMAT_PCM, 16, 2, 44100, "44,100 Hz, 16-bit, Stereo"},
+               {WAVE_FORMAT_PCM, 8, 1, 8000, "8,000 Hz, 8-bit, Mono"},
+               {WAVE_FORMAT_IEEE_FLOAT, 32, 6, 96000, "96,000 Hz, 32-bit, 6 Channels"},
+               {GV_WAVE_FORMAT_BIGENDIAN, 24, 2, 500, "500 Hz, 24-bit, Stereo"}};
+  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+    SCOPED_TRACE(i);
+    WAVEFORMATEX w = Wfx(cases[i].tag, cases[i].bits, cases[i].channels, cases[i].rate);
+    char text[128];
+    std::memset(text, 'x', sizeof text);
+    EXPECT_EQ(GvAudio_GetAttribsText(&w, text, sizeof text), S_OK);
+    EXPECT_STREQ(text, cases[i].want);
+  }
+}
+
+TEST(AudioAttribsText, OddBlockAlignGoesToTheCompressionManager) {
+  WAVEFORMATEX w = Wfx(WAVE_FORMAT_PCM, 16, 2);
+  w.nBlockAlign = 6;
+  char text[128];
+  std::memset(text, 'x', sizeof text);
+  const HRESULT hr = GvAudio_GetAttribsText(&w, text, sizeof text);
+  // The manager's own text, or "Unknown" where it has none.
+  if (hr == E_FAIL) EXPECT_STREQ(text, "Unknown");
+  else EXPECT_EQ(hr, S_OK);
+  EXPECT_EQ(std::strstr(text, "16-bit, Stereo"), nullptr);
+}
+
+TEST(AudioAttribsText, ManagerTextIsCutAndTerminated) {
+  WAVEFORMATEX w = Wfx(0x7F01, 16, 2);
+  char text[5];
+  std::memset(text, 'x', sizeof text);
+  const HRESULT hr = GvAudio_GetAttribsText(&w, text, 4);
+  EXPECT_TRUE(hr == S_OK || (hr == E_FAIL && !std::strcmp(text, "Unk"))) << hr;
+  EXPECT_EQ(text[3], 0);
+  EXPECT_EQ(text[4], 'x');
+  EXPECT_EQ(GvAudio_GetAttribsText(&w, nullptr, 0), hr);
+  EXPECT_EQ(GvAudio_GetAttribsText(nullptr, text, 4), E_FAIL);
+  EXPECT_STREQ(text, "Unk");
+}
+
+}  // namespace
