@@ -372,6 +372,14 @@ TEST_F(ComServer, RegisterServerServesClientClassesToo) {
   EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK);
   EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
   EXPECT_TRUE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
+  EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK) << "nothing to remove";
+
+  // Registering again over an old entry replaces its texts.
+  ASSERT_EQ(GvRegisterServer(exe, &mine, "Old Name", TRUE), S_OK);
+  ASSERT_EQ(GvRegisterServer(dll_, &mine, "New Name", TRUE), S_OK);
+  ExpectRegistered(key, "New Name", DllPath());
+  EXPECT_EQ(GvRegisterServer(exe, &mine, nullptr, FALSE), S_OK);
+  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
 }
 
 TEST_F(ComServer, RegisterServerWithoutAClassIsEFail) {
