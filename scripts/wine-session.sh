@@ -17,4 +17,7 @@ trap 'wineserver -k >/dev/null 2>&1' EXIT
 # Start Wine's own services now, with their output going nowhere: started by
 # a test instead, they would inherit its output pipe and hold it open.
 wine cmd.exe /c exit >/dev/null 2>&1 </dev/null
+# Without a window manager Wine waits about 2 s for every managed window to
+# be mapped; unmanaged windows show at once.
+wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1 </dev/null
 "$@"

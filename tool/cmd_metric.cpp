@@ -56,7 +56,7 @@ int Metric(int argc, char **argv) {
   return rc;
 }
 
-// mru LIST add NAME | show | size N | clear
+// mru LIST add NAME | show | size N
 int Mru(int argc, char **argv) {
   if (argc < 3) {
     std::fprintf(stderr, "usage: mru LIST add NAME | show | size N\n");
