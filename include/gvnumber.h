@@ -4,8 +4,9 @@
  * Every parse skips leading white space, reads the number and stops at the
  * first character that cannot belong to it. When `end` is not null it
  * receives the position where reading stopped, so a caller can walk a list
- * of numbers in one string. The thousands and decimal separators are the
- * user's (single characters; "," and "." under United States settings).
+ * of numbers in one string. A null text reads as an empty one. The
+ * thousands and decimal separators are the user's (single characters; ","
+ * and "." under United States settings).
  */
 #ifndef GVNUMBER_H
 #define GVNUMBER_H
