@@ -149,9 +149,15 @@ TEST(Formatter, UnterminatedSpecificationStopsAt260Characters) {
 }
 
 TEST(Formatter, HugeWidthIsCutNotOverrun) {
-  std::string out = Format("%99999d|", Args().I(1));
-  EXPECT_LT(out.size(), 4096u);
-  EXPECT_EQ(out.back(), '|');
+  const char *formats[] = {"%99999d|", "%2147483647d|", "%99999999999999999999d|",
+                           "%.99999f|", "%.2147483647f|", "%.99999z|", "%.4294967296z|",
+                           "%99999s|", "%1100c|"};
+  for (const char *format : formats) {
+    SCOPED_TRACE(format);
+    std::string out = Format(format, Args().D(1.0).I(1));
+    EXPECT_LT(out.size(), 4096u);
+    EXPECT_EQ(out.back(), '|');
+  }
 }
 
 // ---- Tokens ------------------------------------------------------------------
