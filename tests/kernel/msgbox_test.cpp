@@ -179,21 +179,49 @@ LRESULT CALLBACK PositionHook(int code, WPARAM wParam, LPARAM lParam) {
   return CallNextHookEx(nullptr, code, wParam, lParam);
 }
 
-TEST_F(MessageBoxes, BoxIsCentredOverItsOwner) {
-  HWND owner = CreateWindowExA(0, "STATIC", "owner", WS_POPUP | WS_VISIBLE, 40, 30, 600, 420,
-                               nullptr, nullptr, nullptr, nullptr);
-  ASSERT_NE(owner, nullptr);
+// Shows one box owned by a window away from the screen's centre and returns
+// the centre of the box.
+POINT ShowOwnedBox(HWND owner, const char *caption, UINT style) {
   g_boxes = 0;
   g_box = nullptr;
   HHOOK hook = SetWindowsHookExA(WH_CBT, PositionHook, nullptr, GetCurrentThreadId());
-  EXPECT_EQ(GvMessageBox(owner, "centred", "Centring", MB_OK), IDOK);
+  EXPECT_EQ(GvMessageBox(owner, "centred?", caption, style), IDOK);
   UnhookWindowsHookEx(hook);
   EXPECT_EQ(g_boxes, 1);
-  const int cx = (g_boxRect.left + g_boxRect.right) / 2;
-  const int cy = (g_boxRect.top + g_boxRect.bottom) / 2;
-  EXPECT_NEAR(cx, 40 + 300, 1);
-  EXPECT_NEAR(cy, 30 + 210, 1);
-  DestroyWindow(owner);
+  POINT centre = {(g_boxRect.left + g_boxRect.right) / 2, (g_boxRect.top + g_boxRect.bottom) / 2};
+  return centre;
+}
+
+class CentredBoxes : public MessageBoxes {
+ protected:
+  void SetUp() override {
+    MessageBoxes::SetUp();
+    owner_ = CreateWindowExA(0, "STATIC", "owner", WS_POPUP | WS_VISIBLE, 40, 30, 600, 420,
+                             nullptr, nullptr, nullptr, nullptr);
+    ASSERT_NE(owner_, nullptr);
+  }
+  void TearDown() override {
+    DestroyWindow(owner_);
+    MessageBoxes::TearDown();
+  }
+  HWND owner_ = nullptr;
+};
+
+TEST_F(CentredBoxes, BoxIsCentredOverItsOwner) {
+  const POINT centre = ShowOwnedBox(owner_, "Centring", MB_OK);
+  EXPECT_NEAR(centre.x, 40 + 300, 1);
+  EXPECT_NEAR(centre.y, 30 + 210, 1);
+}
+
+TEST_F(CentredBoxes, BoxWithTheDefaultCaptionIsCentredToo) {
+  const POINT centre = ShowOwnedBox(owner_, nullptr, MB_OK | MB_ICONINFORMATION);
+  EXPECT_NEAR(centre.x, 40 + 300, 1);
+  EXPECT_NEAR(centre.y, 30 + 210, 1);
+}
+
+TEST_F(CentredBoxes, CriticalAlertIsLeftWhereTheSystemPutsIt) {
+  const POINT centre = ShowOwnedBox(owner_, "Critical", MB_SYSTEMMODAL | MB_ICONHAND);
+  EXPECT_FALSE(centre.x == 40 + 300 && centre.y == 30 + 210);
 }
 
 }  // namespace
