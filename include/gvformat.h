@@ -8,7 +8,8 @@
  *                      copied as it stands, "$(" and ")" included; a name
  *                      not closed by ')' is copied and formatting goes on
  *                      behind it.
- *   %...c  %...s       through wsprintfA (one 32-bit argument)
+ *   %...c  %...s       through wsprintfA (one 32-bit argument; at most
+ *                      1023 characters come out of one conversion)
  *   %...d i u x X      one 32-bit int; a specification beginning "%I6" (as
  *                      in %I64d) takes a 64-bit int
  *   %...e E f g G      one double; '.' becomes the decimal separator

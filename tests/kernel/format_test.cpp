@@ -148,6 +148,11 @@ TEST(Formatter, UnterminatedSpecificationStopsAt260Characters) {
   EXPECT_EQ(Format(over.c_str(), Args().I(5)), over);
 }
 
+TEST(Formatter, TextConversionGivesAtMost1023Characters) {
+  const std::string text(1500, 't');
+  EXPECT_EQ(Format("%s|", Args().S(text.c_str())), std::string(1023, 't') + "|");
+}
+
 TEST(Formatter, HugeWidthIsCutNotOverrun) {
   const char *formats[] = {"%99999d|", "%2147483647d|", "%99999999999999999999d|",
                            "%.99999f|", "%.2147483647f|", "%.99999z|", "%.4294967296z|",
