@@ -86,6 +86,44 @@ inline __m128i Clip4(__m128i v, std::int32_t lo, std::int32_t hi) {
   return _mm_or_si128(_mm_andnot_si128(m, v), _mm_and_si128(m, vlo));
 }
 
+// Sixteen integer samples as four vectors of 32-bit lanes, with full-width
+// loads where the layout allows.
+template <DWORD C> inline void Load16(const u8 *p, __m128i v[4]) {
+  if constexpr (C == GV_SAMPLE_UINT8 || C == GV_SAMPLE_INT8) {
+    __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    if constexpr (C == GV_SAMPLE_UINT8) x = _mm_xor_si128(x, _mm_set1_epi8(char(0x80)));
+    const __m128i lo = _mm_unpacklo_epi8(x, x), hi = _mm_unpackhi_epi8(x, x);
+    v[0] = _mm_srai_epi32(_mm_unpacklo_epi16(lo, lo), 24);
+    v[1] = _mm_srai_epi32(_mm_unpackhi_epi16(lo, lo), 24);
+    v[2] = _mm_srai_epi32(_mm_unpacklo_epi16(hi, hi), 24);
+    v[3] = _mm_srai_epi32(_mm_unpackhi_epi16(hi, hi), 24);
+  } else if constexpr (C == GV_SAMPLE_INT16) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 16));
+    v[0] = _mm_srai_epi32(_mm_unpacklo_epi16(a, a), 16);
+    v[1] = _mm_srai_epi32(_mm_unpackhi_epi16(a, a), 16);
+    v[2] = _mm_srai_epi32(_mm_unpacklo_epi16(b, b), 16);
+    v[3] = _mm_srai_epi32(_mm_unpackhi_epi16(b, b), 16);
+  } else {
+    constexpr int step = C == GV_SAMPLE_INT24 ? 12 : 16;
+    for (int k = 0; k < 4; ++k) v[k] = Load4<C>(p + k * step);
+  }
+}
+
+template <DWORD C> inline void Store16(u8 *p, const __m128i v[4]) {
+  if constexpr (C == GV_SAMPLE_UINT8 || C == GV_SAMPLE_INT8) {
+    __m128i x = _mm_packs_epi16(_mm_packs_epi32(v[0], v[1]), _mm_packs_epi32(v[2], v[3]));
+    if constexpr (C == GV_SAMPLE_UINT8) x = _mm_xor_si128(x, _mm_set1_epi8(char(0x80)));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), x);
+  } else if constexpr (C == GV_SAMPLE_INT16) {
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm_packs_epi32(v[0], v[1]));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 16), _mm_packs_epi32(v[2], v[3]));
+  } else {
+    constexpr int step = C == GV_SAMPLE_INT24 ? 12 : 16;
+    for (int k = 0; k < 4; ++k) Store4<C>(p + k * step, v[k]);
+  }
+}
+
 inline std::int32_t Clip(std::int32_t v, std::int32_t lo, std::int32_t hi) {
   return v > hi ? hi : (v < lo ? lo : v);
 }
@@ -219,41 +257,54 @@ template <class D, class S> struct FastRule {
     }
   }
 
+  // int -> int lanes
+  static __m128i Shift4(__m128i v) {
+    if constexpr (kClipSource24) v = Clip4(v, -8388608, 8388607);
+    constexpr int shift = D::kBits - S::kBits;
+    if constexpr (shift < 0) v = _mm_srai_epi32(v, -shift);
+    if constexpr (shift > 0) v = _mm_slli_epi32(v, shift);
+    return v;
+  }
+
+  // int lanes -> four float samples at d
+  static void StoreScaledDown4(u8 *d, __m128i v) {
+    if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
+      // Rounding v to float then scaling by a power of two equals rounding
+      // the exact product.
+      __m128 x = _mm_mul_ps(_mm_cvtepi32_ps(v), _mm_set1_ps(float(1.0 / S::kScale)));
+      _mm_storeu_ps(reinterpret_cast<float *>(d), x);
+    } else {
+      __m128d lo, hi;
+      ToDouble4(v, lo, hi);
+      const __m128d r = _mm_set1_pd(1.0 / S::kScale);
+      _mm_storeu_pd(reinterpret_cast<double *>(d), _mm_mul_pd(lo, r));
+      _mm_storeu_pd(reinterpret_cast<double *>(d + 16), _mm_mul_pd(hi, r));
+    }
+  }
+
+  // four float samples at s -> int lanes within the destination's range
+  static __m128i ScaledUp4(const u8 *s) {
+    __m128i t;
+    if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
+      __m128 z = _mm_mul_ps(_mm_loadu_ps(reinterpret_cast<const float *>(s)),
+                            _mm_set1_ps(float(D::kScale)));
+      t = TruncSat4(z);
+    } else {
+      const __m128d k = _mm_set1_pd(D::kScale);
+      t = TruncSat4(_mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s)), k),
+                    _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)), k));
+    }
+    if constexpr (D::kBits == 24) t = Clip4(t, D::kMin, D::kMax);
+    return t;
+  }
+
   static void Four(u8 *d, const u8 *s) {
     if constexpr (kIsInt<D> && kIsInt<S>) {
-      __m128i v = Load4<S::kCode>(s);
-      if constexpr (kClipSource24) v = Clip4(v, -8388608, 8388607);
-      constexpr int shift = D::kBits - S::kBits;
-      if constexpr (shift < 0) v = _mm_srai_epi32(v, -shift);
-      if constexpr (shift > 0) v = _mm_slli_epi32(v, shift);
-      Store4<D::kCode>(d, v);
+      Store4<D::kCode>(d, Shift4(Load4<S::kCode>(s)));
     } else if constexpr (kIsInt<S>) {
-      __m128i v = Load4<S::kCode>(s);
-      if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
-        // Rounding v to float then scaling by a power of two equals
-        // rounding the exact product.
-        __m128 x = _mm_mul_ps(_mm_cvtepi32_ps(v), _mm_set1_ps(float(1.0 / S::kScale)));
-        _mm_storeu_ps(reinterpret_cast<float *>(d), x);
-      } else {
-        __m128d lo, hi;
-        ToDouble4(v, lo, hi);
-        const __m128d r = _mm_set1_pd(1.0 / S::kScale);
-        _mm_storeu_pd(reinterpret_cast<double *>(d), _mm_mul_pd(lo, r));
-        _mm_storeu_pd(reinterpret_cast<double *>(d + 16), _mm_mul_pd(hi, r));
-      }
+      StoreScaledDown4(d, Load4<S::kCode>(s));
     } else if constexpr (kIsInt<D>) {
-      __m128i t;
-      if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
-        __m128 z = _mm_mul_ps(_mm_loadu_ps(reinterpret_cast<const float *>(s)),
-                              _mm_set1_ps(float(D::kScale)));
-        t = TruncSat4(z);
-      } else {
-        const __m128d k = _mm_set1_pd(D::kScale);
-        t = TruncSat4(_mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s)), k),
-                      _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)), k));
-      }
-      if constexpr (D::kBits == 24) t = Clip4(t, D::kMin, D::kMax);
-      Store4<D::kCode>(d, t);
+      Store4<D::kCode>(d, ScaledUp4(s));
     } else if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {
       __m128 x = _mm_loadu_ps(reinterpret_cast<const float *>(s));
       _mm_storeu_pd(reinterpret_cast<double *>(d), _mm_cvtps_pd(x));
@@ -262,6 +313,59 @@ template <class D, class S> struct FastRule {
       __m128 lo = _mm_cvtpd_ps(_mm_loadu_pd(reinterpret_cast<const double *>(s)));
       __m128 hi = _mm_cvtpd_ps(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)));
       _mm_storeu_ps(reinterpret_cast<float *>(d), _mm_movelh_ps(lo, hi));
+    }
+  }
+
+  // Sixteen samples: every load of the block comes before its first store,
+  // so in-place use in the converter's direction stays safe.
+  static void Sixteen(u8 *d, const u8 *s) {
+    __m128i v[4];
+    if constexpr (kIsInt<D> && kIsInt<S>) {
+      Load16<S::kCode>(s, v);
+      for (int k = 0; k < 4; ++k) v[k] = Shift4(v[k]);
+      Store16<D::kCode>(d, v);
+    } else if constexpr (kIsInt<S>) {
+      Load16<S::kCode>(s, v);
+      for (int k = 0; k < 4; ++k) StoreScaledDown4(d + k * 4 * D::kBytes, v[k]);
+    } else if constexpr (kIsInt<D>) {
+      for (int k = 0; k < 4; ++k) v[k] = ScaledUp4(s + k * 4 * S::kBytes);
+      Store16<D::kCode>(d, v);
+    } else if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {  // widening: last block first
+      for (int k = 4; k-- > 0;) Four(d + k * 4 * D::kBytes, s + k * 4 * S::kBytes);
+    } else {
+      for (int k = 0; k < 4; ++k) Four(d + k * 4 * D::kBytes, s + k * 4 * S::kBytes);
+    }
+  }
+};
+
+// Sixteen samples at once for integer pairs of 8 and 16 bits, where the
+// shift rule reduces to byte moves: the same results as One and Four.
+template <class D, class S>
+constexpr bool kNarrowIntPair = kIsInt<D> && kIsInt<S> && D::kBytes <= 2 && S::kBytes <= 2 &&
+                                D::kCode != S::kCode;
+
+template <class D, class S> struct NarrowIntRule : FastRule<D, S> {
+  static constexpr bool kFlipSource = S::kCode == GV_SAMPLE_UINT8;
+  static constexpr bool kFlipDest = D::kCode == GV_SAMPLE_UINT8;
+
+  static void Sixteen(u8 *d, const u8 *s) {
+    const __m128i flip = _mm_set1_epi8(char(0x80));
+    if constexpr (D::kBytes == 1 && S::kBytes == 1) {  // the sign flip of offset binary
+      __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s));
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(d), _mm_xor_si128(x, flip));
+    } else if constexpr (S::kBytes == 1) {  // 8 -> 16 bits: the byte becomes the high byte
+      __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s));
+      if constexpr (kFlipSource) x = _mm_xor_si128(x, flip);
+      const __m128i zero = _mm_setzero_si128();
+      __m128i lo = _mm_unpacklo_epi8(zero, x), hi = _mm_unpackhi_epi8(zero, x);
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(d), lo);
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(d + 16), hi);
+    } else {  // 16 -> 8 bits: the high byte, arithmetic shift keeps the sign
+      __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s));
+      __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + 16));
+      __m128i x = _mm_packs_epi16(_mm_srai_epi16(lo, 8), _mm_srai_epi16(hi, 8));
+      if constexpr (kFlipDest) x = _mm_xor_si128(x, flip);
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(d), x);
     }
   }
 };
@@ -274,20 +378,33 @@ template <class D, class S> struct GeneralRule {
   // Sources whose product with a float gain may not fit a double.
   static constexpr bool kSplit = kIsInt<S> && S::kBytes == 4;
 
-  double gain;
+  // One factor for the whole chain: the scales are powers of two, so
+  // ((v / source scale) * gain) * destination scale and v * factor round
+  // identically (only the product with the gain can round).
+  static double Factor(float gain) {
+    double f = double(gain);
+    if constexpr (kIsInt<S>) f *= 1.0 / S::kScale;
+    if constexpr (kIsInt<D>) f *= D::kScale;
+    return f;
+  }
 
-  // y + err is the exact (or, for float64 sources, double) product.
+  explicit GeneralRule(float gain) : factor(Factor(gain)) {}
+
+  double factor;
+
+  // The result before truncation: y + err is the exact product for integer
+  // and float32 sources, the double product for float64 sources.
   void Scaled(const u8 *s, double &y, double &err) const {
     err = 0.0;
     if constexpr (kSplit) {
       std::int32_t v = ReadInt<S::kCode>(s);
-      double a = (double(v >> 16) * (65536.0 / S::kScale)) * gain;
-      double b = (double(v & 0xFFFF) * (1.0 / S::kScale)) * gain;
+      double a = double(v >> 16) * (factor * 65536.0);
+      double b = double(v & 0xFFFF) * factor;
       TwoSum(a, b, y, err);
     } else if constexpr (kIsInt<S>) {
-      y = (double(ReadInt<S::kCode>(s)) * (1.0 / S::kScale)) * gain;
+      y = double(ReadInt<S::kCode>(s)) * factor;
     } else {
-      y = double(ReadFloat<S>(s)) * gain;
+      y = double(ReadFloat<S>(s)) * factor;
     }
   }
 
@@ -299,28 +416,33 @@ template <class D, class S> struct GeneralRule {
     } else if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
       WriteFloat<D>(d, float(kSplit ? RoundToOdd(y, err) : y));
     } else {
-      WriteInt<D::kCode>(d, TruncClip(y * D::kScale, err, D::kMin, D::kMax));
+      WriteInt<D::kCode>(d, TruncClip(y, err, D::kMin, D::kMax));
     }
   }
 
-  void Scaled4(const u8 *s, __m128d &y0, __m128d &y1, __m128d &e0, __m128d &e1) const {
-    const __m128d g = _mm_set1_pd(gain);
-    e0 = e1 = _mm_setzero_pd();
+  // int lanes -> y + err
+  void ScaledInts4(__m128i v, __m128d &y0, __m128d &y1, __m128d &e0, __m128d &e1) const {
+    const __m128d f = _mm_set1_pd(factor);
     if constexpr (kSplit) {
-      __m128i v = Load4<S::kCode>(s);
       __m128d h0, h1, l0, l1;
       ToDouble4(_mm_srai_epi32(v, 16), h0, h1);
       ToDouble4(_mm_and_si128(v, _mm_set1_epi32(0xFFFF)), l0, l1);
-      const __m128d rh = _mm_set1_pd(65536.0 / S::kScale), rl = _mm_set1_pd(1.0 / S::kScale);
-      TwoSum(_mm_mul_pd(_mm_mul_pd(h0, rh), g), _mm_mul_pd(_mm_mul_pd(l0, rl), g), y0, e0);
-      TwoSum(_mm_mul_pd(_mm_mul_pd(h1, rh), g), _mm_mul_pd(_mm_mul_pd(l1, rl), g), y1, e1);
-    } else if constexpr (kIsInt<S>) {
+      const __m128d fh = _mm_set1_pd(factor * 65536.0);
+      TwoSum(_mm_mul_pd(h0, fh), _mm_mul_pd(l0, f), y0, e0);
+      TwoSum(_mm_mul_pd(h1, fh), _mm_mul_pd(l1, f), y1, e1);
+    } else {
       __m128d v0, v1;
-      ToDouble4(Load4<S::kCode>(s), v0, v1);
-      const __m128d r = _mm_set1_pd(1.0 / S::kScale);
-      y0 = _mm_mul_pd(_mm_mul_pd(v0, r), g);
-      y1 = _mm_mul_pd(_mm_mul_pd(v1, r), g);
-    } else if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
+      ToDouble4(v, v0, v1);
+      y0 = _mm_mul_pd(v0, f);
+      y1 = _mm_mul_pd(v1, f);
+      e0 = e1 = _mm_setzero_pd();
+    }
+  }
+
+  // four float samples at s -> y (exact for float32, double for float64)
+  void ScaledFloats4(const u8 *s, __m128d &y0, __m128d &y1) const {
+    const __m128d g = _mm_set1_pd(factor);
+    if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
       __m128 x = _mm_loadu_ps(reinterpret_cast<const float *>(s));
       y0 = _mm_mul_pd(_mm_cvtps_pd(x), g);
       y1 = _mm_mul_pd(_mm_cvtps_pd(_mm_movehl_ps(x, x)), g);
@@ -330,25 +452,69 @@ template <class D, class S> struct GeneralRule {
     }
   }
 
-  void Four(u8 *d, const u8 *s) const {
-    __m128d y0, y1, e0, e1;
-    Scaled4(s, y0, y1, e0, e1);
+  void Scaled4(const u8 *s, __m128d &y0, __m128d &y1, __m128d &e0, __m128d &e1) const {
+    if constexpr (kIsInt<S>) {
+      ScaledInts4(Load4<S::kCode>(s), y0, y1, e0, e1);
+    } else {
+      ScaledFloats4(s, y0, y1);
+      e0 = e1 = _mm_setzero_pd();
+    }
+  }
+
+  // y + err (already at the destination's scale) -> int lanes within its range
+  static __m128i ScaledUp4(__m128d y0, __m128d y1, __m128d e0, __m128d e1) {
+    const __m128d lo = _mm_set1_pd(D::kMin), hi = _mm_set1_pd(D::kMax);
+    __m128i t0 = TruncClip2<kSplit>(y0, e0, lo, hi);
+    __m128i t1 = TruncClip2<kSplit>(y1, e1, lo, hi);
+    return _mm_unpacklo_epi64(t0, t1);
+  }
+
+  // y + err -> four float samples at d
+  static void StoreFloat4(u8 *d, __m128d y0, __m128d y1, __m128d e0, __m128d e1) {
     if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {
       _mm_storeu_pd(reinterpret_cast<double *>(d), y0);
       _mm_storeu_pd(reinterpret_cast<double *>(d + 16), y1);
-    } else if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
+    } else {
       if constexpr (kSplit) {
         y0 = RoundToOdd(y0, e0);
         y1 = RoundToOdd(y1, e1);
       }
       _mm_storeu_ps(reinterpret_cast<float *>(d),
                     _mm_movelh_ps(_mm_cvtpd_ps(y0), _mm_cvtpd_ps(y1)));
+    }
+  }
+
+  void Four(u8 *d, const u8 *s) const {
+    __m128d y0, y1, e0, e1;
+    Scaled4(s, y0, y1, e0, e1);
+    if constexpr (kIsFloat<D>) StoreFloat4(d, y0, y1, e0, e1);
+    else Store4<D::kCode>(d, ScaledUp4(y0, y1, e0, e1));
+  }
+
+  // Sixteen samples, every load before the first store.
+  void Sixteen(u8 *d, const u8 *s) const {
+    if constexpr (kIsInt<D>) {
+      __m128i v[4];
+      if constexpr (kIsInt<S>) Load16<S::kCode>(s, v);
+      for (int k = 0; k < 4; ++k) {
+        __m128d y0, y1, e0, e1;
+        if constexpr (kIsInt<S>) ScaledInts4(v[k], y0, y1, e0, e1);
+        else ScaledFloats4(s + k * 4 * S::kBytes, y0, y1), e0 = e1 = _mm_setzero_pd();
+        v[k] = ScaledUp4(y0, y1, e0, e1);
+      }
+      Store16<D::kCode>(d, v);
+    } else if constexpr (kIsInt<S>) {
+      __m128i v[4];
+      Load16<S::kCode>(s, v);
+      for (int k = 0; k < 4; ++k) {
+        __m128d y0, y1, e0, e1;
+        ScaledInts4(v[k], y0, y1, e0, e1);
+        StoreFloat4(d + k * 4 * D::kBytes, y0, y1, e0, e1);
+      }
+    } else if constexpr (D::kBytes > S::kBytes) {  // widening: last block first
+      for (int k = 4; k-- > 0;) Four(d + k * 4 * D::kBytes, s + k * 4 * S::kBytes);
     } else {
-      const __m128d k = _mm_set1_pd(D::kScale);
-      const __m128d lo = _mm_set1_pd(D::kMin), hi = _mm_set1_pd(D::kMax);
-      __m128i t0 = TruncClip2<kSplit>(_mm_mul_pd(y0, k), e0, lo, hi);
-      __m128i t1 = TruncClip2<kSplit>(_mm_mul_pd(y1, k), e1, lo, hi);
-      Store4<D::kCode>(d, _mm_unpacklo_epi64(t0, t1));
+      for (int k = 0; k < 4; ++k) Four(d + k * 4 * D::kBytes, s + k * 4 * S::kBytes);
     }
   }
 };

@@ -17,18 +17,20 @@ template <class D, class S>
 constexpr bool kBackward =
     D::kBytes > S::kBytes || (kIsFloat<D> && kIsInt<S> && D::kBytes == S::kBytes);
 
+// The sixteen-sample form of a rule runs over the bulk, the scalar form
+// over the remaining 0-15 samples.
 template <class D, class S, class Rule>
 void Run(u8 *d, const u8 *s, DWORD n, const Rule &rule) {
   constexpr DWORD db = D::kBytes, sb = S::kBytes;
-  const DWORD bulk = n & ~DWORD(3);
+  const DWORD bulk = n & ~DWORD(15);
   if constexpr (kBackward<D, S>) {
     for (DWORD i = n; i-- > bulk;) rule.One(d + i * db, s + i * sb);
     for (DWORD i = bulk; i != 0;) {
-      i -= 4;
-      rule.Four(d + i * db, s + i * sb);
+      i -= 16;
+      rule.Sixteen(d + i * db, s + i * sb);
     }
   } else {
-    for (DWORD i = 0; i < bulk; i += 4) rule.Four(d + i * db, s + i * sb);
+    for (DWORD i = 0; i < bulk; i += 16) rule.Sixteen(d + i * db, s + i * sb);
     for (DWORD i = bulk; i < n; ++i) rule.One(d + i * db, s + i * sb);
   }
 }
@@ -40,11 +42,13 @@ void WINAPI Convert(void *pDst, const void *pSrc, DWORD nSamples, float gain) {
   if (gain == 1.0f) {
     if constexpr (D::kCode == S::kCode) {
       if (d != s) std::memmove(d, s, size_t(nSamples) * D::kBytes);
+    } else if constexpr (kNarrowIntPair<D, S>) {
+      Run<D, S>(d, s, nSamples, NarrowIntRule<D, S>{});
     } else {
       Run<D, S>(d, s, nSamples, FastRule<D, S>{});
     }
   } else {
-    Run<D, S>(d, s, nSamples, GeneralRule<D, S>{double(gain)});
+    Run<D, S>(d, s, nSamples, GeneralRule<D, S>(gain));
   }
 }
 

@@ -60,7 +60,7 @@ void WINAPI Plain(void *pDst, const void *pSrc, DWORD n, float gain) {
       for (DWORD i = 0; i < n; ++i) FastRule<D, S>::One(d + i * D::kBytes, s + i * S::kBytes);
     }
   } else {
-    const GeneralRule<D, S> rule{double(gain)};
+    const GeneralRule<D, S> rule(gain);
     for (DWORD i = 0; i < n; ++i) rule.One(d + i * D::kBytes, s + i * S::kBytes);
   }
 }
