@@ -20,7 +20,7 @@ constexpr bool kBackward =
 // The sixteen-sample form of a rule runs over the bulk, the scalar form
 // over the remaining 0-15 samples.
 template <class D, class S, class Rule>
-void Run(u8 *d, const u8 *s, DWORD n, const Rule &rule) {
+void Run(u8 *d, const u8 *s, DWORD n, const Rule rule) {  // a copy: stores cannot alias it
   constexpr DWORD db = D::kBytes, sb = S::kBytes;
   const DWORD bulk = n & ~DWORD(15);
   if constexpr (kBackward<D, S>) {
