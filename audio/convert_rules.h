@@ -56,6 +56,16 @@ template <DWORD C> inline __m128i Load4(const u8 *p) {
   }
 }
 
+// The low three bytes of each lane, packed into bytes 0-11 (12-15 zero):
+// first two lanes per 64-bit half (6 bytes each), then the two halves.
+inline __m128i Pack12(__m128i v) {
+  const __m128i lo = _mm_and_si128(v, _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF));
+  const __m128i mid = _mm_and_si128(_mm_srli_epi64(v, 8), _mm_set_epi32(0xFFFF, 0xFF000000, 0xFFFF, 0xFF000000));
+  const __m128i six = _mm_or_si128(lo, mid);  // bytes 0-5 and 8-13
+  return _mm_or_si128(_mm_move_epi64(six),
+                      _mm_slli_si128(_mm_unpackhi_epi64(six, _mm_setzero_si128()), 6));
+}
+
 // Four integer samples from lanes already inside the destination's range
 // (8- and 16-bit stores saturate, which is the same clipping).
 template <DWORD C> inline void Store4(u8 *p, __m128i v) {
@@ -67,11 +77,9 @@ template <DWORD C> inline void Store4(u8 *p, __m128i v) {
   } else if constexpr (C == GV_SAMPLE_INT16) {
     _mm_storel_epi64(reinterpret_cast<__m128i *>(p), _mm_packs_epi32(v, v));
   } else if constexpr (C == GV_SAMPLE_INT24) {
-    alignas(16) std::uint32_t t[4];
-    _mm_store_si128(reinterpret_cast<__m128i *>(t), v);
-    Store32(p, std::int32_t((t[0] & 0xFFFFFF) | (t[1] << 24)));
-    Store32(p + 4, std::int32_t(((t[1] >> 8) & 0xFFFF) | (t[2] << 16)));
-    Store32(p + 8, std::int32_t(((t[2] >> 16) & 0xFF) | (t[3] << 8)));
+    const __m128i packed = Pack12(v);
+    _mm_storel_epi64(reinterpret_cast<__m128i *>(p), packed);
+    Store32(p + 8, _mm_cvtsi128_si32(_mm_srli_si128(packed, 8)));
   } else {
     _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v);
   }
@@ -118,9 +126,15 @@ template <DWORD C> inline void Store16(u8 *p, const __m128i v[4]) {
   } else if constexpr (C == GV_SAMPLE_INT16) {
     _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm_packs_epi32(v[0], v[1]));
     _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 16), _mm_packs_epi32(v[2], v[3]));
+  } else if constexpr (C == GV_SAMPLE_INT24) {  // 4 x 12 bytes as three 16-byte stores
+    const __m128i p0 = Pack12(v[0]), p1 = Pack12(v[1]), p2 = Pack12(v[2]), p3 = Pack12(v[3]);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm_or_si128(p0, _mm_slli_si128(p1, 12)));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 16),
+                     _mm_or_si128(_mm_srli_si128(p1, 4), _mm_slli_si128(p2, 8)));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p + 32),
+                     _mm_or_si128(_mm_srli_si128(p2, 8), _mm_slli_si128(p3, 4)));
   } else {
-    constexpr int step = C == GV_SAMPLE_INT24 ? 12 : 16;
-    for (int k = 0; k < 4; ++k) Store4<C>(p + k * step, v[k]);
+    for (int k = 0; k < 4; ++k) Store4<C>(p + k * 16, v[k]);
   }
 }
 
@@ -150,14 +164,6 @@ inline __m128i TruncSat4(__m128 z) {
   __m128i t = _mm_cvttps_epi32(z);  // out of range and NaN give INT32_MIN
   __m128 big = _mm_cmpge_ps(z, _mm_set1_ps(2147483648.0f));
   return _mm_xor_si128(t, _mm_castps_si128(big));  // INT32_MIN -> INT32_MAX
-}
-
-// double pairs already multiplied by the scale.
-inline __m128i TruncSat4(__m128d z0, __m128d z1) {
-  const __m128d lo = _mm_set1_pd(-2147483648.0), hi = _mm_set1_pd(2147483647.0);
-  z0 = _mm_min_pd(_mm_max_pd(z0, lo), hi);  // max(NaN, lo) is lo
-  z1 = _mm_min_pd(_mm_max_pd(z1, lo), hi);
-  return _mm_unpacklo_epi64(_mm_cvttpd_epi32(z0), _mm_cvttpd_epi32(z1));
 }
 
 // ---------------------------------------------------------------------------
@@ -282,20 +288,26 @@ template <class D, class S> struct FastRule {
     }
   }
 
-  // four float samples at s -> int lanes within the destination's range
+  // four float samples at s -> int lanes within the destination's range.
+  // Narrow destinations clip before truncating, which gives the same
+  // integers because the bounds are integers (NaN gives the minimum, as
+  // TruncSat32 does).
   static __m128i ScaledUp4(const u8 *s) {
-    __m128i t;
     if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
       __m128 z = _mm_mul_ps(_mm_loadu_ps(reinterpret_cast<const float *>(s)),
                             _mm_set1_ps(float(D::kScale)));
-      t = TruncSat4(z);
+      if constexpr (D::kBits == 32) return TruncSat4(z);
+      z = _mm_min_ps(_mm_max_ps(z, _mm_set1_ps(float(D::kMin))), _mm_set1_ps(float(D::kMax)));
+      return _mm_cvttps_epi32(z);
     } else {
       const __m128d k = _mm_set1_pd(D::kScale);
-      t = TruncSat4(_mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s)), k),
-                    _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)), k));
+      const __m128d lo = _mm_set1_pd(D::kMin), hi = _mm_set1_pd(D::kMax);
+      __m128d z0 = _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s)), k);
+      __m128d z1 = _mm_mul_pd(_mm_loadu_pd(reinterpret_cast<const double *>(s + 16)), k);
+      z0 = _mm_min_pd(_mm_max_pd(z0, lo), hi);  // max(NaN, lo) is lo
+      z1 = _mm_min_pd(_mm_max_pd(z1, lo), hi);
+      return _mm_unpacklo_epi64(_mm_cvttpd_epi32(z0), _mm_cvttpd_epi32(z1));
     }
-    if constexpr (D::kBits == 24) t = Clip4(t, D::kMin, D::kMax);
-    return t;
   }
 
   static void Four(u8 *d, const u8 *s) {

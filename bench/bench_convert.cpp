@@ -65,6 +65,32 @@ void WINAPI Plain(void *pDst, const void *pSrc, DWORD n, float gain) {
   }
 }
 
+// The same loop with the compiler's vectorizer turned off, to show what
+// the SIMD code gains over truly scalar code (GCC 12 at -O2 vectorizes
+// some of the plain loops above on its own).
+template <class D, class S>
+__attribute__((optimize("no-tree-vectorize"))) void WINAPI Scalar(void *pDst, const void *pSrc,
+                                                                  DWORD n, float gain) {
+  u8 *d = static_cast<u8 *>(pDst);
+  const u8 *s = static_cast<const u8 *>(pSrc);
+  if (gain == 1.0f) {
+    if constexpr (D::kCode == S::kCode) {
+      for (DWORD i = 0; i < n; ++i) std::memcpy(d + i * D::kBytes, s + i * S::kBytes, D::kBytes);
+    } else {
+      for (DWORD i = 0; i < n; ++i) FastRule<D, S>::One(d + i * D::kBytes, s + i * S::kBytes);
+    }
+  } else {
+    const GeneralRule<D, S> rule(gain);
+    for (DWORD i = 0; i < n; ++i) rule.One(d + i * D::kBytes, s + i * S::kBytes);
+  }
+}
+
+template <size_t... I>
+constexpr std::array<GVCONVERTFUNC, 64> MakeScalar(std::index_sequence<I...>) {
+  return {{&Scalar<SampleType<kComputableTypes[I / 8]>, SampleType<kComputableTypes[I % 8]>>...}};
+}
+constexpr auto kScalar = MakeScalar(std::make_index_sequence<64>{});
+
 template <size_t... I>
 constexpr std::array<GVCONVERTFUNC, 64> MakePlain(std::index_sequence<I...>) {
   return {{&Plain<SampleType<kComputableTypes[I / 8]>, SampleType<kComputableTypes[I % 8]>>...}};
@@ -143,35 +169,37 @@ void LargeBuffers(bool quick) {
   }
 }
 
-void Pieces(bool quick) {
+void Pieces(bool quick, const std::array<GVCONVERTFUNC, 64> &baseline, const char *title) {
   const size_t kPiece = 128u << 10;
   std::vector<u8> a(kPiece), b(kPiece);
   const int reps = quick ? 20 : 100;
-  std::printf("\n128 KiB pieces: converter against the per-sample loop (speed-up; target >= 4)\n");
+  std::printf("\n128 KiB pieces: speed-up of the converter over %s (target >= 4)\n", title);
   for (float gain : {1.0f, 0.5f}) {
     std::printf("\ngain %.1f     ", gain);
     for (int s = 0; s < 8; ++s) std::printf("%10s", kNames[s]);
     std::printf("   <- source\n");
     double worst = 1e9;
-    int worstD = 0, worstS = 0;
+    int worstD = 0, worstS = 0, below = 0;
     for (int d = 0; d < 8; ++d) {
       std::printf("%-12s", kNames[d]);
       for (int s = 0; s < 8; ++s) {
         const size_t n = kPiece / std::max(kBytes[d], kBytes[s]);
         FillSource(a, s, n);
         GVCONVERTFUNC f = Converter(d, s);
-        GVCONVERTFUNC p = kPlain[d * 8 + s];
+        GVCONVERTFUNC p = baseline[d * 8 + s];
         const double tf = Best(reps, [&] { f(b.data(), a.data(), DWORD(n), gain); });
         const double tp = Best(reps, [&] { p(b.data(), a.data(), DWORD(n), gain); });
         const double x = tp / tf;
         if (getenv("GV_BENCH_TRACE")) std::printf("[%g %g]", tf * 1e6, tp * 1e6);
         std::printf("%10.1f", x);
-        if (!(gain == 1.0f && d == s) && x < worst) worst = x, worstD = d, worstS = s;
+        if (gain == 1.0f && d == s) continue;
+        if (x < 4.0) ++below;
+        if (x < worst) worst = x, worstD = d, worstS = s;
       }
       std::printf("\n");
     }
-    std::printf("lowest (byte copies excluded): %.1fx for %s <- %s\n", worst, kNames[worstD],
-                kNames[worstS]);
+    std::printf("lowest (byte copies excluded): %.1fx for %s <- %s; %d pairs below 4x\n", worst,
+                kNames[worstD], kNames[worstS], below);
   }
 }
 
@@ -180,6 +208,7 @@ void Pieces(bool quick) {
 int main(int argc, char **argv) {
   const bool quick = argc > 1 && !std::strcmp(argv[1], "--quick");
   LargeBuffers(quick);
-  Pieces(quick);
+  Pieces(quick, kPlain, "the per-sample loop");
+  Pieces(quick, kScalar, "the per-sample loop with the vectorizer off");
   return 0;
 }
