@@ -1,6 +1,10 @@
-// The attributes-record operations the audio stream uses internally. They
-// are not exported, so their sources are compiled into this test.
+// Internal operations that are not exported, so their sources are compiled
+// into this test: the attributes-record operations the audio stream uses,
+// and the agreement of the SSE2 and AVX2 forms of the general rule.
 #include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
 
 #include "../../audio/attribs.cpp"
 #include "../../audio/converters.cpp"
@@ -85,6 +89,49 @@ TEST(AudioAttribs, CopyConvertsDestinationChannelsTimesFramesAtUnityGain) {
   EXPECT_EQ(CopyByAttribs(out, dst, in, Attr(0, 12, 2), 0), S_OK);
   EXPECT_EQ(CopyByAttribs(out, dst, in, Attr(0, 12, 2), 1), E_NOTIMPL);
   EXPECT_EQ(GetConverterForAttribs(Attr(0x30000, 16, 2), src), nullptr);
+}
+
+template <size_t I> void CompareGeneralPaths(bool inPlace) {
+  using D = SampleType<kComputableTypes[I / 8]>;
+  using S = SampleType<kComputableTypes[I % 8]>;
+  SCOPED_TRACE(::testing::Message() << "dst 0x" << std::hex << D::kCode << " src 0x" << S::kCode
+                                    << (inPlace ? " in place" : ""));
+  const DWORD n = inPlace ? 263 : 1031;
+  const size_t width = std::max(D::kBytes, S::kBytes);
+  std::mt19937 rng{static_cast<unsigned>(I)};
+  std::vector<u8> src(n * width);
+  for (auto &b : src) b = u8(rng());
+  if constexpr (kIsFloat<S>) {  // mostly modest values, a few specials
+    const double specials[] = {0.0, -0.0, 1.0, -1.0, 1e300, -1e300, 1e-300, 0.5};
+    for (DWORD i = 0; i < n; ++i) {
+      double v = (i < 8) ? specials[i] : int(rng() % 40001 - 20000) / 12345.0;
+      WriteFloat<S>(&src[i * S::kBytes], typename S::Value(v));
+    }
+  }
+  for (float gain : {0.5f, -1.0f, 1.0000001f, 2.0f, 0.3f}) {
+    std::vector<u8> a(n * width + 16, 0xA5), b = a;
+    if (inPlace) {
+      std::copy(src.begin(), src.begin() + n * S::kBytes, a.begin());
+      std::copy(src.begin(), src.begin() + n * S::kBytes, b.begin());
+      Run<D, S>(a.data(), a.data(), n, GeneralRule<D, S>(gain));
+      RunAvx2<D, S>(b.data(), b.data(), n, GeneralRuleAvx2<D, S>(gain));
+    } else {
+      Run<D, S>(a.data(), src.data(), n, GeneralRule<D, S>(gain));
+      RunAvx2<D, S>(b.data(), src.data(), n, GeneralRuleAvx2<D, S>(gain));
+    }
+    for (size_t i = 0; i < a.size(); ++i)
+      ASSERT_EQ(a[i], b[i]) << "byte " << i << " gain " << gain;
+  }
+}
+
+template <size_t... I> void CompareAllGeneralPaths(std::index_sequence<I...>) {
+  (CompareGeneralPaths<I>(false), ...);
+  (CompareGeneralPaths<I>(true), ...);
+}
+
+TEST(ConverterPaths, Avx2AndSse2GeneralRulesGiveIdenticalBytes) {
+  if (!HasAvx2()) GTEST_SKIP() << "no AVX2 on this processor";
+  CompareAllGeneralPaths(std::make_index_sequence<64>{});
 }
 
 }  // namespace
