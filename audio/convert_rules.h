@@ -1,8 +1,8 @@
-// The conversion rules of one sample pair, each written twice side by side:
-// a scalar form (one sample) and an SSE2 form (four samples) that must give
-// identical bytes. Converters run the four-sample form over the bulk and the
-// scalar form over the remainder, so any disagreement shows up in tests that
-// use odd lengths.
+// The conversion rules of one sample pair, each written side by side in a
+// scalar form (one sample) and SIMD forms (SSE2, four and sixteen samples;
+// AVX2 for the general rule) that must give identical bytes. Converters run
+// a sixteen-sample form over the bulk and the scalar form over the last
+// 0-15 samples, so any disagreement shows up in tests with odd lengths.
 //
 // Precision: the general path works in double. Integer sources of 32 bits
 // (INT32, INT24IN32) are split into a high and a low half so that both
@@ -95,6 +95,15 @@ inline __m128i Clip4(__m128i v, std::int32_t lo, std::int32_t hi) {
   return _mm_or_si128(_mm_andnot_si128(m, v), _mm_and_si128(m, vlo));
 }
 
+// Four packed 24-bit samples in bytes 0-11 as sign-extended 32-bit lanes:
+// two samples per 64-bit half, the second of each moved up one byte.
+inline __m128i Unpack12(__m128i g) {
+  const __m128i pairs = _mm_unpacklo_epi64(g, _mm_srli_si128(g, 6));
+  const __m128i x = _mm_or_si128(_mm_and_si128(pairs, _mm_set_epi32(0, -1, 0, -1)),
+                                 _mm_and_si128(_mm_slli_epi64(pairs, 8), _mm_set_epi32(-1, 0, -1, 0)));
+  return _mm_srai_epi32(_mm_slli_epi32(x, 8), 8);
+}
+
 // Sixteen integer samples as four vectors of 32-bit lanes, with full-width
 // loads where the layout allows.
 template <DWORD C> inline void Load16(const u8 *p, __m128i v[4]) {
@@ -113,9 +122,16 @@ template <DWORD C> inline void Load16(const u8 *p, __m128i v[4]) {
     v[1] = _mm_srai_epi32(_mm_unpackhi_epi16(a, a), 16);
     v[2] = _mm_srai_epi32(_mm_unpacklo_epi16(b, b), 16);
     v[3] = _mm_srai_epi32(_mm_unpackhi_epi16(b, b), 16);
+  } else if constexpr (C == GV_SAMPLE_INT24) {  // 48 bytes as three 16-byte loads
+    const __m128i l0 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    const __m128i l1 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 16));
+    const __m128i l2 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 32));
+    v[0] = Unpack12(l0);
+    v[1] = Unpack12(_mm_or_si128(_mm_srli_si128(l0, 12), _mm_slli_si128(l1, 4)));
+    v[2] = Unpack12(_mm_or_si128(_mm_srli_si128(l1, 8), _mm_slli_si128(l2, 8)));
+    v[3] = Unpack12(_mm_srli_si128(l2, 4));
   } else {
-    constexpr int step = C == GV_SAMPLE_INT24 ? 12 : 16;
-    for (int k = 0; k < 4; ++k) v[k] = Load4<C>(p + k * step);
+    for (int k = 0; k < 4; ++k) v[k] = Load4<C>(p + k * 16);
   }
 }
 
