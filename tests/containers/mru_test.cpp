@@ -13,6 +13,7 @@
 namespace {
 
 const char kMissing[] = "<missing>";
+using Names = std::vector<std::string>;
 
 class Mru : public testing::Test {
  protected:
@@ -29,12 +30,11 @@ class Mru : public testing::Test {
       RegDeleteKeyA(hive, path_.c_str());
     }
   }
-
   const char *List() const { return list_.c_str(); }
 
   // Slot texts as stored, kMissing where there is no value.
-  std::vector<std::string> Slots(int count) const {
-    std::vector<std::string> slots;
+  Names Slots(int count) const {
+    Names slots;
     for (int i = 0; i < count; ++i) {
       std::string text;
       if (!gvtest::ReadString(HKEY_CURRENT_USER, path_, "S" + std::to_string(1000 + i), &text))
@@ -43,7 +43,6 @@ class Mru : public testing::Test {
     }
     return slots;
   }
-
   void WriteRaw(const std::string &name, DWORD type, const void *data, DWORD size) {
     HKEY key;
     ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, path_.c_str(), &key), ERROR_SUCCESS);
@@ -51,25 +50,33 @@ class Mru : public testing::Test {
               ERROR_SUCCESS);
     RegCloseKey(key);
   }
-  void WriteSlot(int slot, const char *text) {
-    WriteRaw("S" + std::to_string(1000 + slot), REG_SZ, text, lstrlenA(text) + 1);
+  // Slots 0.. as given; null leaves a slot without a value.
+  void WriteSlots(std::initializer_list<const char *> texts) {
+    int slot = 0;
+    for (const char *text : texts) {
+      if (text) WriteRaw("S" + std::to_string(1000 + slot), REG_SZ, text, lstrlenA(text) + 1);
+      ++slot;
+    }
   }
   bool HasValue(const std::string &name) const {
     DWORD type;
     std::vector<BYTE> data;
     return gvtest::ReadValue(HKEY_CURRENT_USER, path_, name, &type, &data);
   }
-
   void Add(std::initializer_list<const char *> names) {
     for (const char *name : names) ASSERT_EQ(GvAddMRUNames(List(), name), 1) << name;
   }
+  void ListOf(int capacity, std::initializer_list<const char *> oldestFirst) {
+    ASSERT_EQ(GvSetMRUNum(List(), capacity), S_OK);
+    Add(oldestFirst);
+  }
 
   // GvLoadMRUNames, checking and freeing each global block.
-  std::vector<std::string> Load(int maxCount) {
+  Names Load(int maxCount) {
     LPSTR names[320];
     for (LPSTR &p : names) p = reinterpret_cast<LPSTR>(0xdeadbeef);
     int n = GvLoadMRUNames(List(), names, maxCount);
-    std::vector<std::string> loaded;
+    Names loaded;
     for (int i = 0; i < n; ++i) {
       loaded.push_back(names[i]);
       HGLOBAL block = GlobalHandle(names[i]);
@@ -88,45 +95,46 @@ class Mru : public testing::Test {
   std::string list_, path_;
 };
 
-using Names = std::vector<std::string>;
-
-// ---- Capacity ---------------------------------------------------------------
-
-TEST_F(Mru, CapacityDefaultsToFifteen) { EXPECT_EQ(GvGetMRUNum(List()), 15); }
-
-TEST_F(Mru, CapacityIsStoredAsIsAndReadClampedTo0To300) {
+TEST_F(Mru, CapacityDefaultsToFifteenIsStoredAsIsAndReadClampedTo0To300) {
+  EXPECT_EQ(GvGetMRUNum(List()), 15);
   const struct {
     int set, get;
   } cases[] = {{5, 5}, {0, 0}, {1, 1}, {300, 300}, {301, 300}, {1000000, 300}, {-4, 0}};
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    SCOPED_TRACE(testing::Message() << "capacity " << cases[i].set);
-    EXPECT_EQ(GvSetMRUNum(List(), cases[i].set), S_OK);
+  for (const auto &c : cases) {
+    SCOPED_TRACE(testing::Message() << "capacity " << c.set);
+    EXPECT_EQ(GvSetMRUNum(List(), c.set), S_OK);
     DWORD stored = 0;
     EXPECT_TRUE(gvtest::ReadDword(HKEY_CURRENT_USER, path_, "100", &stored));
-    EXPECT_EQ(stored, static_cast<DWORD>(cases[i].set));
-    EXPECT_EQ(GvGetMRUNum(List()), cases[i].get);
+    EXPECT_EQ(stored, static_cast<DWORD>(c.set));
+    EXPECT_EQ(GvGetMRUNum(List()), c.get);
   }
 }
 
-// ---- Adding names -----------------------------------------------------------
-
-TEST_F(Mru, AddingKeepsTheMostRecentFirst) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"c", "b", "a"});
-  EXPECT_EQ(Slots(4), (Names{"a", "b", "c", kMissing}));
-  Add({"b"});  // moves up; only the names above its old slot shift
-  EXPECT_EQ(Slots(4), (Names{"b", "a", "c", kMissing}));
-  Add({"d"});  // new: everything shifts, the last drops off
-  EXPECT_EQ(Slots(4), (Names{"d", "b", "a", kMissing}));
-  Add({"d"});
-  EXPECT_EQ(Slots(4), (Names{"d", "b", "a", kMissing}));
-}
-
-TEST_F(Mru, NamesCompareWithoutCaseAndTheNewSpellingWins) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"c:\\c.wav", "b", "a"});
-  Add({"C:\\C.WAV"});
-  EXPECT_EQ(Slots(3), (Names{"C:\\C.WAV", "a", "b"}));
+TEST_F(Mru, AddingPutsTheNameFirstAndShiftsOnlyWhatWasAboveIt) {
+  const struct {
+    int capacity;
+    std::initializer_list<const char *> preset, adds;
+    Names slots;
+  } cases[] = {
+      {3, {}, {"c", "b", "a"}, {"a", "b", "c", kMissing}},
+      // Moving up shifts only the names above its old slot.
+      {3, {}, {"c", "b", "a", "b"}, {"b", "a", "c", kMissing}},
+      // A new name shifts everything, the last drops off; adding the top is a no-op.
+      {3, {}, {"c", "b", "a", "b", "d", "d"}, {"d", "b", "a", kMissing}},
+      // Names compare without case and the new spelling wins.
+      {3, {}, {"c:\\c.wav", "b", "a", "C:\\C.WAV"}, {"C:\\C.WAV", "a", "b", kMissing}},
+      // The list ends at the first empty slot.
+      {5, {"a", "", "c"}, {"x"}, {"x", "a", "c", kMissing}},
+      {0, {}, {"x"}, {kMissing}},  // last: checked by loading below
+  };
+  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+    SCOPED_TRACE(i);
+    Clean();
+    WriteSlots(cases[i].preset);
+    ListOf(cases[i].capacity, cases[i].adds);
+    EXPECT_EQ(Slots(static_cast<int>(cases[i].slots.size())), cases[i].slots);
+  }
+  EXPECT_TRUE(Load(10).empty()) << "capacity 0 loads nothing";
 }
 
 TEST_F(Mru, DefaultCapacityKeepsFifteenNames) {
@@ -136,35 +144,15 @@ TEST_F(Mru, DefaultCapacityKeepsFifteenNames) {
   EXPECT_EQ(slots[15], kMissing);
 }
 
-TEST_F(Mru, ZeroCapacityStoresNothing) {
-  ASSERT_EQ(GvSetMRUNum(List(), 0), S_OK);
-  EXPECT_EQ(GvAddMRUNames(List(), "x"), 1);
-  EXPECT_EQ(Slots(1), (Names{kMissing}));
-  EXPECT_TRUE(Load(10).empty());
-}
-
-TEST_F(Mru, NamesAreCutTo259Characters) {
+TEST_F(Mru, NamesAreCutTo259CharactersAndFoundAgainCut) {
   std::string longName(300, 'p');
   longName[258] = 'E';
-  Add({longName.c_str()});
-  EXPECT_EQ(Slots(1)[0], longName.substr(0, 259));
-  // A name cut the same way is found again rather than added twice.
-  Add({longName.c_str()});
+  Add({longName.c_str(), longName.c_str()});
   EXPECT_EQ(Slots(2), (Names{longName.substr(0, 259), kMissing}));
 }
 
-TEST_F(Mru, AddingStopsAtTheFirstGap) {
-  ASSERT_EQ(GvSetMRUNum(List(), 5), S_OK);
-  WriteSlot(0, "a");
-  WriteSlot(1, "");
-  WriteSlot(2, "c");
-  Add({"x"});
-  EXPECT_EQ(Slots(4), (Names{"x", "a", "c", kMissing}));
-}
-
 TEST_F(Mru, NullArgumentsLeaveTheListAlone) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"b", "a"});
+  ListOf(3, {"b", "a"});
   EXPECT_EQ(GvAddMRUNames(List(), nullptr), 0);
   EXPECT_EQ(Slots(3), (Names{"a", "b", kMissing}));
   EXPECT_EQ(GvLoadMRUNames(List(), nullptr, 5), 0);
@@ -174,66 +162,47 @@ TEST_F(Mru, NullArgumentsLeaveTheListAlone) {
   EXPECT_FALSE(HasValue("B2500"));
 }
 
-// ---- Loading names ----------------------------------------------------------
-
-TEST_F(Mru, LoadReturnsNamesInOrderUpToTheMaximum) {
-  ASSERT_EQ(GvSetMRUNum(List(), 4), S_OK);
-  Add({"c", "b", "a"});
+TEST_F(Mru, LoadReturnsNamesInOrderUpToTheMaximumButAlwaysOne) {
+  EXPECT_TRUE(Load(0).empty());
+  EXPECT_TRUE(Load(10).empty());
+  ListOf(4, {"c", "b", "a"});
   const struct {
     int maxCount;
     Names names;
-  } cases[] = {
-      {10, {"a", "b", "c"}},
-      {3, {"a", "b", "c"}},
-      {2, {"a", "b"}},
-      {1, {"a"}},
-      {0, {"a"}},   // the maximum is tested after a store
-      {-1, {"a"}},
-  };
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    SCOPED_TRACE(testing::Message() << "maximum " << cases[i].maxCount);
-    EXPECT_EQ(Load(cases[i].maxCount), cases[i].names);
-  }
-}
-
-TEST_F(Mru, LoadOfAnEmptyListIsNothingEvenWithMaximumZero) {
-  EXPECT_TRUE(Load(0).empty());
-  EXPECT_TRUE(Load(10).empty());
+  } cases[] = {{10, {"a", "b", "c"}}, {3, {"a", "b", "c"}}, {2, {"a", "b"}}, {1, {"a"}},
+               {0, {"a"}}, {-1, {"a"}}};  // the maximum is tested after a store
+  for (const auto &c : cases) EXPECT_EQ(Load(c.maxCount), c.names) << "maximum " << c.maxCount;
 }
 
 TEST_F(Mru, LoadSkipsGapsAndReadsOnlyTheCapacity) {
   ASSERT_EQ(GvSetMRUNum(List(), 6), S_OK);
-  WriteSlot(0, "a");
-  WriteSlot(2, "");
-  WriteSlot(3, "d");
-  WriteSlot(5, "f");
-  WriteSlot(6, "beyond");
+  WriteSlots({"a", nullptr, "", "d", nullptr, "f", "beyond"});
   EXPECT_EQ(Load(10), (Names{"a", "d", "f"}));
   ASSERT_EQ(GvSetMRUNum(List(), 4), S_OK);
   EXPECT_EQ(Load(10), (Names{"a", "d"}));
 }
 
-// ---- Data blocks ------------------------------------------------------------
-
-TEST_F(Mru, DataIsWrittenToTheSlotOfTheName) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"c", "b", "a"});
+TEST_F(Mru, DataIsWrittenToTheSlotOfAListedNameOnly) {
+  ListOf(3, {"c", "b", "a"});
+  EXPECT_EQ(GvSetMRUNamesData(List(), "zzz", "data", 4), S_OK);
+  for (const char *name : {"B2500", "B2501", "B2502", "3000", "3001", "3002"})
+    EXPECT_FALSE(HasValue(name)) << name;
   EXPECT_EQ(GvSetMRUNamesData(List(), "B", "BBBB", 4), S_OK);
-  DWORD type = 0;
+  DWORD type = 0, size = 0;
   std::vector<BYTE> data;
   ASSERT_TRUE(gvtest::ReadValue(HKEY_CURRENT_USER, path_, "B2501", &type, &data));
   EXPECT_EQ(type, static_cast<DWORD>(REG_BINARY));
   EXPECT_EQ(std::string(data.begin(), data.end()), "BBBB");
-  DWORD size = 0;
   EXPECT_TRUE(gvtest::ReadDword(HKEY_CURRENT_USER, path_, "3001", &size));
   EXPECT_EQ(size, 4u);
   EXPECT_FALSE(HasValue("B2500"));
   EXPECT_FALSE(HasValue("B2502"));
+  char buffer[4];
+  EXPECT_EQ(GvGetMRUNamesData(List(), "zzz", buffer, sizeof buffer), 0u);
 }
 
 TEST_F(Mru, DataStaysWithItsSlotWhenNamesMove) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"c", "b", "a"});
+  ListOf(3, {"c", "b", "a"});
   ASSERT_EQ(GvSetMRUNamesData(List(), "b", "BBBB", 4), S_OK);
   Add({"c"});  // [c, a, b]: slot 1 now holds "a"
   char buffer[8];
@@ -243,19 +212,9 @@ TEST_F(Mru, DataStaysWithItsSlotWhenNamesMove) {
   EXPECT_EQ(GvGetMRUNamesData(List(), "c", buffer, sizeof buffer), 0u);
 }
 
-TEST_F(Mru, DataOfAnUnlistedNameIsNotWritten) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"a"});
-  EXPECT_EQ(GvSetMRUNamesData(List(), "zzz", "data", 4), S_OK);
-  for (const char *name : {"B2500", "B2501", "B2502", "3000", "3001"}) EXPECT_FALSE(HasValue(name)) << name;
-  char buffer[4];
-  EXPECT_EQ(GvGetMRUNamesData(List(), "zzz", buffer, sizeof buffer), 0u);
-}
-
 TEST_F(Mru, ANameBehindAGapIsNeverFound) {
   ASSERT_EQ(GvSetMRUNum(List(), 5), S_OK);
-  WriteSlot(0, "a");
-  WriteSlot(2, "c");
+  WriteSlots({"a", nullptr, "c"});
   EXPECT_EQ(GvSetMRUNamesData(List(), "c", "CC", 2), S_OK);
   EXPECT_FALSE(HasValue("B2501"));
   EXPECT_FALSE(HasValue("B2502"));
@@ -271,8 +230,7 @@ TEST_F(Mru, ANameBehindAGapIsNeverFound) {
 }
 
 TEST_F(Mru, DataSizeOfAListedNameIsAllOnes) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"c", "b", "a"});
+  ListOf(3, {"c", "b", "a"});
   ASSERT_EQ(GvSetMRUNamesData(List(), "a", "12345", 5), S_OK);
   DWORD negative = 0xFFFFFFF0;
   WriteRaw("3002", REG_DWORD, &negative, sizeof negative);
@@ -285,30 +243,27 @@ TEST_F(Mru, DataSizeOfAListedNameIsAllOnes) {
       {"c", 0},           // a negative stored size is clamped to the minimum
       {"zzz", 0},         // not listed
   };
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    SCOPED_TRACE(cases[i].name);
+  for (const auto &c : cases) {
     DWORD size = 0xdeadbeef;
-    EXPECT_EQ(GvGetMRUNamesDataSize(List(), cases[i].name, &size), S_OK);
-    EXPECT_EQ(size, cases[i].size);
+    EXPECT_EQ(GvGetMRUNamesDataSize(List(), c.name, &size), S_OK) << c.name;
+    EXPECT_EQ(size, c.size) << c.name;
   }
 }
 
 TEST_F(Mru, GetDataFillsTheBufferAndZeroesTheRest) {
-  ASSERT_EQ(GvSetMRUNum(List(), 3), S_OK);
-  Add({"a"});
+  ListOf(3, {"a"});
   const BYTE block[6] = {1, 2, 3, 4, 5, 6};
   ASSERT_EQ(GvSetMRUNamesData(List(), "a", block, sizeof block), S_OK);
   const struct {
     DWORD size, read;
   } cases[] = {{10, 6}, {6, 6}, {5, 0}};
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    SCOPED_TRACE(testing::Message() << "buffer " << cases[i].size);
+  for (const auto &c : cases) {
+    SCOPED_TRACE(testing::Message() << "buffer " << c.size);
     BYTE buffer[12];
     memset(buffer, 0xCC, sizeof buffer);
-    EXPECT_EQ(GvGetMRUNamesData(List(), "a", buffer, cases[i].size), cases[i].read);
-    for (DWORD j = 0; j < cases[i].size; ++j)
-      EXPECT_EQ(buffer[j], j < cases[i].read ? block[j] : 0) << "byte " << j;
-    for (DWORD j = cases[i].size; j < sizeof buffer; ++j) EXPECT_EQ(buffer[j], 0xCC) << "canary " << j;
+    EXPECT_EQ(GvGetMRUNamesData(List(), "a", buffer, c.size), c.read);
+    for (DWORD j = 0; j < c.size; ++j) EXPECT_EQ(buffer[j], j < c.read ? block[j] : 0) << j;
+    for (DWORD j = c.size; j < sizeof buffer; ++j) EXPECT_EQ(buffer[j], 0xCC) << "canary " << j;
   }
 }
 

@@ -18,12 +18,13 @@ class RegistryHelpers : public testing::Test {
             testing::UnitTest::GetInstance()->current_test_info()->name();
     gvtest::DeleteTree(HKEY_CURRENT_USER, root_);
     ASSERT_TRUE(Create(root_));
+    ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, root_.c_str(), &open_), ERROR_SUCCESS);
   }
   void TearDown() override {
+    RegCloseKey(open_);
     gvtest::DeleteTree(HKEY_CURRENT_USER, root_);
     RegDeleteKeyA(HKEY_CURRENT_USER, root_.c_str());
   }
-
   static bool Create(const std::string &path, const char *value = nullptr) {
     HKEY key;
     if (RegCreateKeyA(HKEY_CURRENT_USER, path.c_str(), &key) != ERROR_SUCCESS) return false;
@@ -33,26 +34,18 @@ class RegistryHelpers : public testing::Test {
     RegCloseKey(key);
     return true;
   }
-
+  bool Exists(const std::string &below) const {
+    return gvtest::KeyExists(HKEY_CURRENT_USER, root_ + below);
+  }
   std::string root_;
+  HKEY open_ = nullptr;  // root_, opened
 };
 
-TEST_F(RegistryHelpers, SubKeyCountOfAMissingKeyIsAllOnesWithBufferSizeOne) {
-  DWORD size = 0xdeadbeef;
-  EXPECT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, (root_ + "\\missing").c_str(), &size),
-            0xFFFFFFFFu);
-  EXPECT_EQ(size, 1u);
-  EXPECT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, (root_ + "\\missing").c_str(), nullptr),
-            0xFFFFFFFFu);
-}
-
 TEST_F(RegistryHelpers, SubKeyCountGivesCountAndLongestNamePlusOne) {
-  struct Case {
+  const struct {
     std::vector<std::string> children;
-    DWORD count;
-    DWORD bufferSize;
-  };
-  const Case cases[] = {
+    DWORD count, bufferSize;
+  } cases[] = {
       {{}, 0, 1},
       {{"a"}, 1, 2},
       {{"a", "bbbbb", "cc"}, 3, 6},
@@ -68,17 +61,16 @@ TEST_F(RegistryHelpers, SubKeyCountGivesCountAndLongestNamePlusOne) {
     EXPECT_EQ(size, cases[i].bufferSize);
     EXPECT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, parent.c_str(), nullptr), cases[i].count);
   }
-}
-
-TEST_F(RegistryHelpers, SubKeyCountWorksRelativeToAnOpenKey) {
-  ASSERT_TRUE(Create(root_ + "\\p\\one"));
-  ASSERT_TRUE(Create(root_ + "\\p\\two"));
-  HKEY key;
-  ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, root_.c_str(), &key), ERROR_SUCCESS);
+  // Relative to an open key.
   DWORD size = 0;
-  EXPECT_EQ(GvRegGetSubKeyCount(key, "p", &size), 2u);
-  EXPECT_EQ(size, 4u);
-  RegCloseKey(key);
+  EXPECT_EQ(GvRegGetSubKeyCount(open_, "case2", &size), 3u);
+  EXPECT_EQ(size, 6u);
+  // A missing key: all ones, with a buffer size of one.
+  size = 0xdeadbeef;
+  const std::string missing = root_ + "\\missing";
+  EXPECT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, missing.c_str(), &size), 0xFFFFFFFFu);
+  EXPECT_EQ(size, 1u);
+  EXPECT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, missing.c_str(), nullptr), 0xFFFFFFFFu);
 }
 
 TEST_F(RegistryHelpers, DeleteKeyRemovesAWideDeepTreeAndSparesItsSiblings) {
@@ -96,55 +88,36 @@ TEST_F(RegistryHelpers, DeleteKeyRemovesAWideDeepTreeAndSparesItsSiblings) {
   ASSERT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, target.c_str(), nullptr), 40u);
 
   EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, target.c_str()), ERROR_SUCCESS);
-
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CURRENT_USER, target));
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CURRENT_USER, target + "\\s1"));
+  EXPECT_FALSE(Exists("\\target"));
+  EXPECT_FALSE(Exists("\\target\\s1"));
   std::string kept;
   EXPECT_TRUE(gvtest::ReadString(HKEY_CURRENT_USER, root_ + "\\keep\\child", "v", &kept));
   EXPECT_EQ(kept, "kept");
   EXPECT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, root_.c_str(), nullptr), 1u);
 }
 
-TEST_F(RegistryHelpers, DeleteKeyRemovesALongChain) {
-  std::string deepest = root_ + "\\chain";
-  for (int level = 0; level < 16; ++level) deepest += "\\L" + std::to_string(level);
-  ASSERT_TRUE(Create(deepest, "bottom"));
-  EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + "\\chain").c_str()), ERROR_SUCCESS);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CURRENT_USER, root_ + "\\chain"));
-  EXPECT_TRUE(gvtest::KeyExists(HKEY_CURRENT_USER, root_));
-}
-
-TEST_F(RegistryHelpers, DeleteKeyRemovesALeafWithValues) {
+TEST_F(RegistryHelpers, DeleteKeyRemovesChainsLeavesAndRelativeKeys) {
+  std::string chain = "\\chain";
+  for (int level = 0; level < 16; ++level) chain += "\\L" + std::to_string(level);
+  ASSERT_TRUE(Create(root_ + chain, "bottom"));
   ASSERT_TRUE(Create(root_ + "\\leaf", "value"));
-  EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + "\\leaf").c_str()), ERROR_SUCCESS);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CURRENT_USER, root_ + "\\leaf"));
-}
-
-TEST_F(RegistryHelpers, DeleteKeyOfAMissingKeyReportsFileNotFound) {
-  EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + "\\missing").c_str()),
-            ERROR_FILE_NOT_FOUND);
-  EXPECT_TRUE(gvtest::KeyExists(HKEY_CURRENT_USER, root_));
-}
-
-TEST_F(RegistryHelpers, DeleteKeyWithoutASubKeyNameTouchesNothing) {
-  ASSERT_TRUE(Create(root_ + "\\child\\grandchild", "v"));
-  HKEY key;
-  ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, root_.c_str(), &key), ERROR_SUCCESS);
-  // Naming no subkey must not mean "everything below the open key".
-  EXPECT_EQ(GvRegDeleteKey(key, nullptr), ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(GvRegDeleteKey(key, ""), ERROR_INVALID_PARAMETER);
-  RegCloseKey(key);
-  EXPECT_TRUE(gvtest::KeyExists(HKEY_CURRENT_USER, root_ + "\\child\\grandchild"));
-}
-
-TEST_F(RegistryHelpers, DeleteKeyWorksRelativeToAnOpenKey) {
   ASSERT_TRUE(Create(root_ + "\\rel\\a\\b"));
   ASSERT_TRUE(Create(root_ + "\\rel\\c"));
-  HKEY key;
-  ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, root_.c_str(), &key), ERROR_SUCCESS);
-  EXPECT_EQ(GvRegDeleteKey(key, "rel"), ERROR_SUCCESS);
-  RegCloseKey(key);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CURRENT_USER, root_ + "\\rel"));
+  EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + "\\chain").c_str()), ERROR_SUCCESS);
+  EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + "\\leaf").c_str()), ERROR_SUCCESS);
+  EXPECT_EQ(GvRegDeleteKey(open_, "rel"), ERROR_SUCCESS);
+  for (const char *gone : {"\\chain", "\\leaf", "\\rel"}) EXPECT_FALSE(Exists(gone)) << gone;
+  EXPECT_TRUE(Exists(""));
+}
+
+TEST_F(RegistryHelpers, DeleteKeyRefusesMissingKeysAndEmptyNames) {
+  ASSERT_TRUE(Create(root_ + "\\child\\grandchild", "v"));
+  EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + "\\missing").c_str()),
+            ERROR_FILE_NOT_FOUND);
+  // Naming no subkey must not mean "everything below the open key".
+  EXPECT_EQ(GvRegDeleteKey(open_, nullptr), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(GvRegDeleteKey(open_, ""), ERROR_INVALID_PARAMETER);
+  EXPECT_TRUE(Exists("\\child\\grandchild"));
 }
 
 }  // namespace
