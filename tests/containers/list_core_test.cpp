@@ -1,43 +1,66 @@
-// The list record: creation clamps, kinds, validity, fields, capacity.
+// The list record (creation clamps, validity, fields, capacity) and the
+// editing calls: insertion, deletion and moving of item ranges.
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "gvtalc.h"
 
 namespace {
 
-struct CreateCase {
-  int itemSize, initialCount, growth;
-  DWORD options;
-  DWORD slotSize;
-  LONG capacity, step;
-};
+using Values = std::vector<DWORD>;
 
-const CreateCase kCreateCases[] = {
-    {0, 0, 0, 0, 4, 16, 16},                           // defaults
-    {0, 20, 8, 0, 4, 24, 8},                           // capacity in whole steps
-    {0, 1, 1, 0, 4, 4, 4},                             // both raised to 4
-    {0, -5, -5, 0, 4, 16, 16},                         // negatives read as defaults
-    {0, 16, 100000, 0, 4, 66560, 66560},               // growth clamped
-    {0, 66561, 66560, 0, 4, 133120, 66560},            // two steps
-    {123, 3, 5, 0, 4, 5, 5},                           // item size ignored unless inline
-    {1, 4, 4, GVLIST_INLINE, 4, 4, 4},
-    {5, 4, 4, GVLIST_INLINE, 8, 4, 4},
-    {8, 4, 4, GVLIST_INLINE, 8, 4, 4},
-    {513, 9, 4, GVLIST_INLINE, 516, 12, 4},
-    {99, 4, 4, GVLIST_OWNITEMS, 4, 4, 4},
-    {0, 4, 4, GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP | GVLIST_THREADSAFE, 4, 4, 4},
-};
+tGVLIST *Plain(const Values &values, int initial = 16, int growth = 16) {
+  tGVLIST *list = nullptr;
+  if (GvList_CreateEx(&list, 0, initial, growth, 0, nullptr, 0) != S_OK) return nullptr;
+  if (!values.empty()) GvList_InsertList(list, -1, values.data(), (int)values.size());
+  return list;
+}
+
+Values Contents(tGVLIST *list) {
+  return Values((DWORD *)list->slots, (DWORD *)list->slots + list->count);
+}
+
+// Letters make moved blocks easy to read in failure messages.
+std::string Letters(tGVLIST *list) {
+  std::string s;
+  for (DWORD v : Contents(list)) s += (char)v;
+  return s;
+}
+
+// Runs the statement that follows once per element `c` of a case table,
+// with the element's index in every failure message.
+#define FOR_EACH_CASE(cases)                                                     \
+  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)                    \
+    if (const auto &c = cases[i]; false) {                                       \
+    } else if (testing::ScopedTrace trace_(__FILE__, __LINE__, i); false) {      \
+    } else
 
 TEST(ListCreate, ClampsCountAndGrowthAndSizesSlots) {
-  for (size_t i = 0; i < sizeof kCreateCases / sizeof kCreateCases[0]; ++i) {
-    const CreateCase &c = kCreateCases[i];
-    SCOPED_TRACE(i);
+  static_assert(sizeof(tGVLIST) == 76, "record size");
+  const struct { int itemSize, initialCount, growth; DWORD options, slotSize; LONG capacity, step; }
+      cases[] = {
+          {0, 0, 0, 0, 4, 16, 16},                 // defaults
+          {0, 20, 8, 0, 4, 24, 8},                 // capacity in whole steps
+          {0, 1, 1, 0, 4, 4, 4},                   // both raised to 4
+          {0, -5, -5, 0, 4, 16, 16},               // negatives read as defaults
+          {0, 16, 100000, 0, 4, 66560, 66560},     // growth clamped
+          {0, 66561, 66560, 0, 4, 133120, 66560},  // two steps
+          {123, 3, 5, 0, 4, 5, 5},                 // item size ignored unless inline
+          {1, 4, 4, GVLIST_INLINE, 4, 4, 4},       {5, 4, 4, GVLIST_INLINE, 8, 4, 4},
+          {8, 4, 4, GVLIST_INLINE, 8, 4, 4},       {513, 9, 4, GVLIST_INLINE, 516, 12, 4},
+          {99, 4, 4, GVLIST_OWNITEMS, 4, 4, 4},
+          {0, 4, 4, GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP | GVLIST_THREADSAFE, 4, 4, 4},
+          {0, 0, 0, 0x01000100 | GVLIST_THREADSAFE, 4, 16, 16},  // unknown bits are kept
+      };
+  FOR_EACH_CASE(cases) {
     tGVLIST *list = reinterpret_cast<tGVLIST *>(0xdeadbeef);
-    ASSERT_EQ(GvList_CreateEx(&list, c.itemSize, c.initialCount, c.growth, c.options, nullptr, 0),
+    ASSERT_EQ(GvList_CreateEx(&list, c.itemSize, c.initialCount, c.growth, c.options, "x.cpp", 12),
               S_OK);
     ASSERT_NE(list, nullptr);
+    EXPECT_EQ(memcmp(&list->signature, "VORN", 4), 0);
     EXPECT_EQ(list->slotSize, c.slotSize);
     EXPECT_EQ(list->allocated, c.capacity);
     EXPECT_EQ(list->growth, c.step);
@@ -53,41 +76,22 @@ TEST(ListCreate, ClampsCountAndGrowthAndSizesSlots) {
   }
 }
 
-TEST(ListCreate, RecordIsSeventySixBytesWithSignature) {
-  EXPECT_EQ(sizeof(tGVLIST), 76u);
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, 0, nullptr, 0), S_OK);
-  EXPECT_EQ(memcmp(&list->signature, "VORN", 4), 0);
-  GvList_Destroy(list);
-}
-
-TEST(ListCreate, RefusesInlineOwnedAndClearsHandle) {
-  tGVLIST *list = reinterpret_cast<tGVLIST *>(0xdeadbeef);
-  EXPECT_EQ(GvList_CreateEx(&list, 4, 0, 0, 0x6, nullptr, 0), E_FAIL);
-  EXPECT_EQ(list, nullptr);
-  list = reinterpret_cast<tGVLIST *>(0xdeadbeef);
-  EXPECT_EQ(GvList_CreateEx(&list, 0, 0, 0, GVLIST_INLINE, nullptr, 0), E_FAIL);
-  EXPECT_EQ(list, nullptr);
+TEST(ListCreate, RefusalsClearTheHandle) {
+  const struct { int itemSize, initial, growth; DWORD options; HRESULT result; } cases[] = {
+      {4, 0, 0, 0x6, E_FAIL},                                        // inline and owned
+      {0, 0, 0, GVLIST_INLINE, E_FAIL},                              // inline of size 0
+      {0x7FFFFFF0, 66560, 66560, GVLIST_INLINE, E_OUTOFMEMORY}};     // huge, not a crash
+  FOR_EACH_CASE(cases) {
+    tGVLIST *list = reinterpret_cast<tGVLIST *>(0xdeadbeef);
+    EXPECT_EQ(GvList_CreateEx(&list, c.itemSize, c.initial, c.growth, c.options, nullptr, 0),
+              c.result);
+    EXPECT_EQ(list, nullptr);
+  }
   EXPECT_EQ(GvList_CreateEx(nullptr, 4, 0, 0, 0, nullptr, 0), E_FAIL);
 }
 
-TEST(ListCreate, HugeInlineArrayIsOutOfMemoryNotACrash) {
-  tGVLIST *list = reinterpret_cast<tGVLIST *>(0xdeadbeef);
-  EXPECT_EQ(GvList_CreateEx(&list, 0x7FFFFFF0, 66560, 66560, GVLIST_INLINE, nullptr, 0),
-            E_OUTOFMEMORY);
-  EXPECT_EQ(list, nullptr);
-}
-
-TEST(ListCreate, UnknownOptionBitsAreKept) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, 0x01000100 | GVLIST_THREADSAFE, "x.cpp", 12), S_OK);
-  EXPECT_EQ(GvList_GetCreateOptions(list), 0x01000100u | GVLIST_THREADSAFE);
-  GvList_Destroy(list);
-}
-
 TEST(ListIsList, DemandsExactSizeReadableMemoryAndSignature) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, 0, nullptr, 0), S_OK);
+  tGVLIST *list = Plain({});
   EXPECT_EQ(GvList_IsList(list, 76), TRUE);
   EXPECT_EQ(GvList_IsList(list, 75), FALSE);
   EXPECT_EQ(GvList_IsList(list, 77), FALSE);
@@ -128,9 +132,8 @@ TEST(ListNullHandle, DestroyIsOkOtherCallsRefuse) {
   EXPECT_STREQ(text, "");
 }
 
-TEST(ListFields, UserDataExchangesAndCriteriaStartAtZero) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, 0, "file.cpp", 99), S_OK);
+TEST(ListFields, UserDataIndexesAndFileAndLine) {
+  tGVLIST *list = Plain({});
   EXPECT_EQ(GvList_GetUserData(list), 0);
   EXPECT_EQ(GvList_SetUserData(list, -7), 0);
   EXPECT_EQ(GvList_SetUserData(list, 42), -7);
@@ -142,63 +145,41 @@ TEST(ListFields, UserDataExchangesAndCriteriaStartAtZero) {
   EXPECT_EQ(text[0], '\0');
   EXPECT_EQ(text[1], 'x');
   EXPECT_EQ(GvList_GetFileAndLine(list, text, 0), -1);
-  GvList_Destroy(list);
-}
-
-TEST(ListFields, ValidIndexIsZeroToCountMinusOne) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, 0, nullptr, 0), S_OK);
   EXPECT_FALSE(GvList_IsValidIndexSlow(list, 0));
   DWORD values[3] = {1, 2, 3};
   ASSERT_EQ(GvList_InsertList(list, -1, values, 3), S_OK);
   const struct { int index; BOOL valid; } cases[] = {
       {-1, FALSE}, {0, TRUE}, {2, TRUE}, {3, FALSE}, {0x7FFFFFFF, FALSE}, {(int)0x80000000, FALSE}};
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    SCOPED_TRACE(i);
-    EXPECT_EQ(GvList_IsValidIndexSlow(list, cases[i].index), cases[i].valid);
-  }
+  FOR_EACH_CASE(cases) EXPECT_EQ(GvList_IsValidIndexSlow(list, c.index), c.valid);
   GvList_Destroy(list);
 }
 
-struct CapacityCase {
-  int count;      // items present
-  int request;    // argument
-  bool grow;
-  LONG capacity;  // afterwards; the list starts at 32 slots, growth 8
-};
-
-const CapacityCase kCapacityCases[] = {
-    {0, 0, true, 40},     {0, -3, true, 40},    {0, 1, true, 40},    {0, 8, true, 40},
-    {0, 9, true, 48},     {0, 17, true, 56},    {10, -1, false, 16}, {10, 22, false, 16},
-    {10, 16, false, 16},  {10, 15, false, 16},  {10, 7, false, 24},  {10, 1, false, 24},
-    {10, 0, false, 32},   {30, -1, false, 32},  {0, -1, false, 0},   {10, 100, false, 16},
-};
-
 TEST(ListCapacity, ChangesInWholeGrowthStepsNeverBelowCount) {
-  for (size_t i = 0; i < sizeof kCapacityCases / sizeof kCapacityCases[0]; ++i) {
-    const CapacityCase &c = kCapacityCases[i];
-    SCOPED_TRACE(i);
-    tGVLIST *list = nullptr;
-    ASSERT_EQ(GvList_CreateEx(&list, 0, 32, 8, 0, nullptr, 0), S_OK);
-    for (int v = 0; v < c.count; ++v) ASSERT_EQ(GvList_InsertList(list, -1, &v, 1), S_OK);
+  // The list starts at 32 slots, growth 8, holding `count` items.
+  const struct { int count, request; bool grow; LONG capacity; } cases[] = {
+      {0, 0, true, 40},     {0, -3, true, 40},    {0, 1, true, 40},    {0, 8, true, 40},
+      {0, 9, true, 48},     {0, 17, true, 56},    {10, -1, false, 16}, {10, 22, false, 16},
+      {10, 16, false, 16},  {10, 15, false, 16},  {10, 7, false, 24},  {10, 1, false, 24},
+      {10, 0, false, 32},   {30, -1, false, 32},  {0, -1, false, 0},   {10, 100, false, 16},
+  };
+  FOR_EACH_CASE(cases) {
+    Values v(c.count);
+    for (int k = 0; k < c.count; ++k) v[k] = k;
+    tGVLIST *list = Plain(v, 32, 8);
     ASSERT_EQ(list->allocated, 32);
-    HRESULT hr = c.grow ? GvList_GrowAllocated(list, c.request)
-                        : GvList_ShrinkAllocated(list, c.request);
-    EXPECT_EQ(hr, S_OK);
+    EXPECT_EQ(c.grow ? GvList_GrowAllocated(list, c.request)
+                     : GvList_ShrinkAllocated(list, c.request), S_OK);
     EXPECT_EQ(list->allocated, c.capacity);
-    EXPECT_EQ(list->count, c.count);
-    DWORD bytes = list->slots ? (DWORD)GlobalSize(GlobalHandle(list->slots)) : 0;
-    EXPECT_EQ(bytes, (DWORD)c.capacity * 4);
-    for (int v = 0; v < c.count; ++v) EXPECT_EQ(((int *)list->slots)[v], v);
+    EXPECT_EQ(list->slots ? (DWORD)GlobalSize(GlobalHandle(list->slots)) : 0, c.capacity * 4u);
+    EXPECT_EQ(Contents(list), v);
     // New slots read as zero.
     for (LONG s = c.count; s < list->allocated; ++s) EXPECT_EQ(((int *)list->slots)[s], 0);
     GvList_Destroy(list);
   }
 }
 
-TEST(ListCapacity, EmptiedArrayGrowsAgainOnInsert) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 4, 4, 0, nullptr, 0), S_OK);
+TEST(ListCapacity, EmptiedArrayGrowsAgainAndHugeGrowthLeavesTheList) {
+  tGVLIST *list = Plain({}, 4, 4);
   ASSERT_EQ(GvList_ShrinkAllocated(list, -1), S_OK);
   EXPECT_EQ(list->allocated, 0);
   EXPECT_EQ(GvList_AllocSize(list, -1), 76u);
@@ -206,17 +187,150 @@ TEST(ListCapacity, EmptiedArrayGrowsAgainOnInsert) {
   ASSERT_EQ(GvList_InsertList(list, 0, &v, 1), S_OK);
   EXPECT_EQ(list->allocated, 4);
   EXPECT_EQ(GVLIST_ITEM(list, 0), (void *)7);
-  GvList_Destroy(list);
-}
-
-TEST(ListCapacity, HugeGrowthIsOutOfMemoryAndLeavesList) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 4, 4, 0, nullptr, 0), S_OK);
   void *slots = list->slots;
   EXPECT_EQ(GvList_GrowAllocated(list, 0x7FFFFFFF), E_OUTOFMEMORY);
   EXPECT_EQ(list->allocated, 4);
   EXPECT_EQ(list->slots, slots);
   GvList_Destroy(list);
+}
+
+TEST(ListInsert, PlacesItemsAtClampedIndex) {
+  const struct { int index; Values items, expected; } cases[] = {
+      {0, {9}, {9, 1, 2, 3}},   {1, {9, 8}, {1, 9, 8, 2, 3}},       {3, {9}, {1, 2, 3, 9}},
+      {-1, {9}, {1, 2, 3, 9}},  {4, {9}, {1, 2, 3, 9}},             {1000, {9, 8}, {1, 2, 3, 9, 8}},
+      {(int)0x80000000, {9}, {1, 2, 3, 9}},
+  };
+  FOR_EACH_CASE(cases) {
+    tGVLIST *list = Plain({1, 2, 3});
+    ASSERT_EQ(GvList_InsertList(list, c.index, c.items.data(), (int)c.items.size()), S_OK);
+    EXPECT_EQ(Contents(list), c.expected);
+    GvList_Destroy(list);
+  }
+}
+
+TEST(ListInsert, GrowsOnlyWhenFullByWholeStepsBeforeCopying) {
+  tGVLIST *list = Plain({}, 4, 4);
+  Values four = {1, 2, 3, 4}, five = {5, 6, 7, 8, 9}, seven(7, 0xAA);
+  ASSERT_EQ(GvList_InsertList(list, -1, four.data(), 4), S_OK);
+  EXPECT_EQ(list->allocated, 4);
+  ASSERT_EQ(GvList_InsertList(list, -1, five.data(), 5), S_OK);
+  EXPECT_EQ(list->allocated, 12);
+  ASSERT_EQ(GvList_InsertList(list, 0, five.data(), 1), S_OK);
+  EXPECT_EQ(list->allocated, 12);
+  EXPECT_EQ(Contents(list), (Values{5, 1, 2, 3, 4, 5, 6, 7, 8, 9}));
+  GvList_Destroy(list);
+  // More items than free slots: 2 free, 5 missing -> two steps of 4.
+  list = Plain({1, 2}, 4, 4);
+  ASSERT_EQ(GvList_InsertList(list, 1, seven.data(), 7), S_OK);
+  EXPECT_EQ(list->allocated, 12);
+  EXPECT_GE(GlobalSize(GlobalHandle(list->slots)), (SIZE_T)list->count * 4);
+  EXPECT_EQ(Contents(list), (Values{1, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 2}));
+  GvList_Destroy(list);
+}
+
+TEST(ListInsert, RefusalsLeaveTheListUnchanged) {
+  tGVLIST *list = Plain({1, 2, 3}, 4, 4);
+  void *slots = list->slots;
+  DWORD v = 5;  // far fewer items than the huge counts claim: they must not be read
+  EXPECT_EQ(GvList_InsertList(list, 0, &v, -1), E_FAIL);
+  EXPECT_EQ(GvList_InsertList(list, 0, nullptr, 1), E_FAIL);
+  EXPECT_EQ(GvList_InsertList(list, 0, nullptr, 0), S_OK);
+  EXPECT_EQ(GvList_InsertList(list, 0, &v, 0x40000000), E_OUTOFMEMORY);
+  EXPECT_EQ(GvList_InsertList(list, 0, &v, 0x7FFFFFFF), E_OUTOFMEMORY);
+  EXPECT_EQ(list->slots, slots);
+  EXPECT_EQ(list->allocated, 4);
+  EXPECT_EQ(Contents(list), (Values{1, 2, 3}));
+  GvList_Destroy(list);
+}
+
+TEST(ListInsert, InlineItemsAreCopiedWholeSlots) {
+  tGVLIST *list = nullptr;
+  ASSERT_EQ(GvList_CreateEx(&list, 6, 4, 4, GVLIST_INLINE, nullptr, 0), S_OK);
+  ASSERT_EQ(list->slotSize, 8u);
+  ASSERT_EQ(GvList_InsertList(list, -1, "abcdefghABCDEFGH", 2), S_OK);
+  ASSERT_EQ(GvList_InsertList(list, 1, "zzzzzzzz", 1), S_OK);
+  EXPECT_EQ(memcmp(list->slots, "abcdefghzzzzzzzzABCDEFGH", 24), 0);
+  EXPECT_EQ(GVLIST_ITEM(list, 1), (BYTE *)list->slots + 8);
+  GvList_Destroy(list);
+}
+
+TEST(ListDelete, RangesAndResults) {
+  const Values all = {1, 2, 3, 4, 5};
+  const struct { Values before; int index, count; HRESULT result; Values expected; } cases[] = {
+      {all, 0, 1, S_OK, {2, 3, 4, 5}},  {all, 1, 2, S_OK, {1, 4, 5}},    {all, 3, 10, S_OK, {1, 2, 3}},
+      {all, 2, -1, S_OK, {1, 2}},       {all, 4, -1, S_OK, {1, 2, 3, 4}}, {all, 5, 1, E_FAIL, all},
+      {all, -1, 1, E_FAIL, all},        {all, 7, 0, S_OK, all},           {all, -9, 0, S_OK, all},
+      {all, 9, -1, S_OK, all},          {all, -1, -1, E_FAIL, all},       {all, 0, -1, S_OK, {}},
+      {{}, 7, 0, S_OK, {}},             {{}, -1, 1, E_FAIL, {}},          {{}, 0, 1, E_FAIL, {}},
+  };
+  FOR_EACH_CASE(cases) {
+    tGVLIST *list = Plain(c.before);
+    EXPECT_EQ(GvList_DeleteList(list, c.index, c.count, FALSE), c.result);
+    EXPECT_EQ(Contents(list), c.expected);
+    // Vacated slots are zero again.
+    for (LONG s = list->count; s < list->allocated; ++s) EXPECT_EQ(((DWORD *)list->slots)[s], 0u);
+    GvList_Destroy(list);
+  }
+}
+
+TEST(ListDelete, ShrinksOnlyWhenAskedAndMoreThanOneStepIsFree) {
+  const struct { int keep; BOOL shrink; LONG capacity; } cases[] = {
+      {20, TRUE, 24}, {19, TRUE, 24}, {16, TRUE, 16}, {15, TRUE, 16}, {7, TRUE, 8},
+      {0, TRUE, 0},   {15, FALSE, 32},
+  };
+  FOR_EACH_CASE(cases) {
+    Values v(24);
+    for (DWORD k = 0; k < 24; ++k) v[k] = k;
+    tGVLIST *list = Plain(v, 32, 8);
+    ASSERT_EQ(list->allocated, 32);
+    ASSERT_EQ(GvList_DeleteList(list, c.keep, -1, c.shrink), S_OK);
+    EXPECT_EQ(list->allocated, c.capacity);
+    EXPECT_EQ(list->count, c.keep);
+    GvList_Destroy(list);
+  }
+}
+
+TEST(ListMove, KeepsOrderInsideAndOutsideTheBlock) {
+  const struct { int from, to, count; HRESULT result; const char *expected; } cases[] = {
+      {0, 3, 2, S_OK, "cdeab"},    {3, 0, 2, S_OK, "deabc"},    {1, 2, 1, S_OK, "acbde"},
+      {2, 1, 1, S_OK, "acbde"},    {0, 4, 1, S_OK, "bcdea"},    {4, 0, 1, S_OK, "eabcd"},
+      {0, 1, 4, S_OK, "eabcd"},    {2, 2, 3, S_OK, "abcde"},    {1, 3, 0, S_OK, "abcde"},
+      {0, 3, 3, E_FAIL, "abcde"},  {4, 0, 2, E_FAIL, "abcde"},  {-1, 0, 1, E_FAIL, "abcde"},
+      {0, -1, 1, E_FAIL, "abcde"}, {1, 3, -1, S_OK, "adebc"},   {3, 1, -1, S_OK, "adebc"},
+      {0, 5, -1, S_OK, "abcde"},   {0, 6, -1, S_OK, "abcde"},   {0, 5, 1, E_FAIL, "abcde"},
+  };
+  FOR_EACH_CASE(cases) {
+    tGVLIST *list = Plain({'a', 'b', 'c', 'd', 'e'});
+    EXPECT_EQ(GvList_MoveRange(list, c.from, c.to, c.count), c.result);
+    EXPECT_EQ(Letters(list), c.expected);
+    GvList_Destroy(list);
+  }
+}
+
+// Blocks up to 512 bytes use the stack, larger ones a global block: both
+// sides of that line must move the same way.
+TEST(ListMove, BlocksAroundScratchLimitMoveAlike) {
+  for (int itemSize : {4, 8, 12}) {
+    for (int count : {42, 43, 64, 128, 129, 200}) {
+      SCOPED_TRACE(testing::Message() << itemSize << " x " << count);
+      tGVLIST *list = nullptr;
+      ASSERT_EQ(GvList_CreateEx(&list, itemSize, 0, 0, GVLIST_INLINE, nullptr, 0), S_OK);
+      const int total = 300, words = itemSize / 4, from = 7, to = 60;
+      Values model(total * words);
+      for (size_t k = 0; k < model.size(); ++k) model[k] = (DWORD)k * 2654435761u;
+      ASSERT_EQ(GvList_InsertList(list, -1, model.data(), total), S_OK);
+      const Values original = model;
+      ASSERT_EQ(GvList_MoveRange(list, from, to, count), S_OK);
+      // Model: take the block out, put it back at `to`.
+      Values block(model.begin() + from * words, model.begin() + (from + count) * words);
+      model.erase(model.begin() + from * words, model.begin() + (from + count) * words);
+      model.insert(model.begin() + to * words, block.begin(), block.end());
+      EXPECT_EQ(memcmp(list->slots, model.data(), model.size() * 4), 0);
+      ASSERT_EQ(GvList_MoveRange(list, to, from, count), S_OK);  // and back again
+      EXPECT_EQ(memcmp(list->slots, original.data(), original.size() * 4), 0);
+      GvList_Destroy(list);
+    }
+  }
 }
 
 }  // namespace

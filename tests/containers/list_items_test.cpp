@@ -8,8 +8,6 @@
 
 namespace {
 
-DWORD NumberOfHeaps() { return GetProcessHeaps(0, nullptr); }
-
 // Busy blocks in a private heap, counted by walking it.
 int BusyBlocks(HANDLE heap) {
   int busy = 0;
@@ -24,22 +22,18 @@ int BusyBlocks(HANDLE heap) {
 
 bool IsLiveGlobal(HGLOBAL h) { return GlobalFlags(h) != GMEM_INVALID_HANDLE && GlobalSize(h) != 0; }
 
-struct Kind {
-  const char *name;
-  DWORD options;
-};
-const Kind kOwnedKinds[] = {
-    {"global blocks", GVLIST_OWNITEMS},
-    {"private heap", GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP},
-    {"global blocks, locked", GVLIST_OWNITEMS | GVLIST_THREADSAFE},
-    {"private heap, locked", GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP | GVLIST_THREADSAFE},
-};
+tGVLIST *Make(DWORD options, int itemSize = 0) {
+  tGVLIST *list = nullptr;
+  EXPECT_EQ(GvList_CreateEx(&list, itemSize, 4, 4, options, nullptr, 0), S_OK);
+  return list;
+}
 
-TEST(ListOwnedItems, AllocItemCopiesContentsOrZeroFillsAndReportsIndex) {
-  for (const Kind &kind : kOwnedKinds) {
-    SCOPED_TRACE(kind.name);
-    tGVLIST *list = nullptr;
-    ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, kind.options, nullptr, 0), S_OK);
+TEST(ListOwnedItems, AllocResizeAndSizesForEveryKindOfOwnedList) {
+  for (DWORD options : {GVLIST_OWNITEMS, GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP,
+                        GVLIST_OWNITEMS | GVLIST_THREADSAFE,
+                        GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP | GVLIST_THREADSAFE}) {
+    SCOPED_TRACE(options);
+    tGVLIST *list = Make(options);
     const struct { const char *contents; DWORD size; int index, expected; } cases[] = {
         {"first", 6, -1, 0}, {nullptr, 20, -1, 1}, {"zero", 5, 0, 0},
         {"beyond", 7, 99, 3}, {"mid", 4, 2, 2},
@@ -59,8 +53,12 @@ TEST(ListOwnedItems, AllocItemCopiesContentsOrZeroFillsAndReportsIndex) {
     EXPECT_STREQ((char *)GVLIST_ITEM(list, 4), "beyond");
     const BYTE *blank = (const BYTE *)GVLIST_ITEM(list, 3);
     for (int b = 0; b < 20; ++b) EXPECT_EQ(blank[b], 0) << b;
+    // Record, slot array (8 slots) and items.
+    EXPECT_EQ(GvList_AllocSize(list, -1), 76u + 8 * 4 + 6 + 20 + 5 + 7 + 4);
+    EXPECT_EQ(GvList_AllocSize(list, -7), 76u + 8 * 4 + 6 + 20 + 5 + 7 + 4);
+    EXPECT_EQ(GvList_AllocSize(list, 5), 0u);
     // Without a private heap every item is its own locked moveable block.
-    if (!(kind.options & GVLIST_PRIVATEHEAP)) {
+    if (!(options & GVLIST_PRIVATEHEAP)) {
       HGLOBAL h = GlobalHandle(GVLIST_ITEM(list, 0));
       ASSERT_NE(h, nullptr);
       EXPECT_EQ(GlobalFlags(h) & GMEM_LOCKCOUNT, 1u);
@@ -69,6 +67,22 @@ TEST(ListOwnedItems, AllocItemCopiesContentsOrZeroFillsAndReportsIndex) {
       EXPECT_EQ(BusyBlocks(list->itemHeap), 5);
     }
     EXPECT_EQ(GvList_AllocItem(list, nullptr, 0, -1, nullptr), E_FAIL);
+    // Resizing keeps the contents and zero-fills the growth.
+    ASSERT_EQ(GvList_ReAllocItem(list, 0, 4000), S_OK);
+    EXPECT_EQ(GvList_AllocSize(list, 0), 4000u);
+    const BYTE *p = (const BYTE *)GVLIST_ITEM(list, 0);
+    EXPECT_STREQ((const char *)p, "zero");
+    int nonZero = 0;
+    for (int b = 5; b < 4000; ++b) nonZero += p[b] != 0;
+    EXPECT_EQ(nonZero, 0);
+    ASSERT_EQ(GvList_ReAllocItem(list, 0, 2), S_OK);
+    EXPECT_EQ(GvList_AllocSize(list, 0), 2u);
+    EXPECT_EQ(memcmp(GVLIST_ITEM(list, 0), "ze", 2), 0);
+    EXPECT_STREQ((char *)GVLIST_ITEM(list, 1), "first");
+    EXPECT_EQ(GvList_ReAllocItem(list, 5, 8), E_FAIL);
+    EXPECT_EQ(GvList_ReAllocItem(list, -1, 8), E_FAIL);
+    EXPECT_EQ(GvList_ReAllocItem(list, 0, 0), E_FAIL);
+    EXPECT_EQ(GvList_AllocSize(list, 0), 2u);
     GvList_Destroy(list);
   }
 }
@@ -76,8 +90,7 @@ TEST(ListOwnedItems, AllocItemCopiesContentsOrZeroFillsAndReportsIndex) {
 TEST(ListOwnedItems, AllocItemRefusedUnlessListOwnsItems) {
   for (DWORD options : {0ul, GVLIST_INLINE, GVLIST_PRIVATEHEAP}) {
     SCOPED_TRACE(options);
-    tGVLIST *list = nullptr;
-    ASSERT_EQ(GvList_CreateEx(&list, 4, 0, 0, options, nullptr, 0), S_OK);
+    tGVLIST *list = Make(options, 4);
     int index = 12345;
     EXPECT_EQ(GvList_AllocItem(list, "abc", 4, -1, &index), E_FAIL);
     EXPECT_EQ(index, -1);
@@ -87,52 +100,8 @@ TEST(ListOwnedItems, AllocItemRefusedUnlessListOwnsItems) {
   }
 }
 
-TEST(ListOwnedItems, ReAllocKeepsContentsAndZeroFillsGrowth) {
-  for (const Kind &kind : kOwnedKinds) {
-    SCOPED_TRACE(kind.name);
-    tGVLIST *list = nullptr;
-    ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, kind.options, nullptr, 0), S_OK);
-    ASSERT_EQ(GvList_AllocItem(list, "keep", 4, -1, nullptr), S_OK);
-    ASSERT_EQ(GvList_AllocItem(list, "next", 4, -1, nullptr), S_OK);
-    ASSERT_EQ(GvList_ReAllocItem(list, 0, 4000), S_OK);
-    EXPECT_EQ(GvList_AllocSize(list, 0), 4000u);
-    const BYTE *p = (const BYTE *)GVLIST_ITEM(list, 0);
-    EXPECT_EQ(memcmp(p, "keep", 4), 0);
-    int nonZero = 0;
-    for (int b = 4; b < 4000; ++b) nonZero += p[b] != 0;
-    EXPECT_EQ(nonZero, 0);
-    ASSERT_EQ(GvList_ReAllocItem(list, 0, 2), S_OK);
-    EXPECT_EQ(GvList_AllocSize(list, 0), 2u);
-    EXPECT_EQ(memcmp(GVLIST_ITEM(list, 0), "ke", 2), 0);
-    EXPECT_EQ(memcmp(GVLIST_ITEM(list, 1), "next", 4), 0);
-    EXPECT_EQ(GvList_ReAllocItem(list, 2, 8), E_FAIL);
-    EXPECT_EQ(GvList_ReAllocItem(list, -1, 8), E_FAIL);
-    EXPECT_EQ(GvList_ReAllocItem(list, 0, 0), E_FAIL);
-    EXPECT_EQ(GvList_AllocSize(list, 0), 2u);
-    GvList_Destroy(list);
-  }
-}
-
-TEST(ListOwnedItems, AllocSizeCountsItemsSlotArrayAndRecord) {
-  for (const Kind &kind : kOwnedKinds) {
-    SCOPED_TRACE(kind.name);
-    tGVLIST *list = nullptr;
-    ASSERT_EQ(GvList_CreateEx(&list, 0, 20, 8, kind.options, nullptr, 0), S_OK);
-    EXPECT_EQ(GvList_AllocSize(list, -1), 76u + 24 * 4);
-    ASSERT_EQ(GvList_AllocItem(list, nullptr, 10, -1, nullptr), S_OK);
-    ASSERT_EQ(GvList_AllocItem(list, nullptr, 300, -1, nullptr), S_OK);
-    EXPECT_EQ(GvList_AllocSize(list, -1), 76u + 24 * 4 + 10 + 300);
-    EXPECT_EQ(GvList_AllocSize(list, -7), 76u + 24 * 4 + 10 + 300);
-    EXPECT_EQ(GvList_AllocSize(list, 1), 300u);
-    EXPECT_EQ(GvList_AllocSize(list, 2), 0u);
-    GvList_Destroy(list);
-  }
-}
-
 TEST(ListOwnedItems, AllocSizeOfInlineAndPlainLists) {
-  tGVLIST *inlineList = nullptr, *plain = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&inlineList, 10, 4, 4, GVLIST_INLINE, nullptr, 0), S_OK);
-  ASSERT_EQ(GvList_CreateEx(&plain, 0, 4, 4, 0, nullptr, 0), S_OK);
+  tGVLIST *inlineList = Make(GVLIST_INLINE, 10), *plain = Make(0);
   BYTE item[12] = {1};
   ASSERT_EQ(GvList_InsertList(inlineList, -1, item, 1), S_OK);
   ASSERT_EQ(GvList_InsertList(plain, -1, item, 1), S_OK);
@@ -146,8 +115,7 @@ TEST(ListOwnedItems, AllocSizeOfInlineAndPlainLists) {
 }
 
 TEST(ListOwnedItems, DeleteAndDestroyFreeEveryGlobalBlock) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 4, 4, GVLIST_OWNITEMS, nullptr, 0), S_OK);
+  tGVLIST *list = Make(GVLIST_OWNITEMS);
   std::vector<HGLOBAL> handles;
   for (int i = 0; i < 10; ++i) {
     ASSERT_EQ(GvList_AllocItem(list, &i, sizeof i, -1, nullptr), S_OK);
@@ -164,11 +132,9 @@ TEST(ListOwnedItems, DeleteAndDestroyFreeEveryGlobalBlock) {
 }
 
 TEST(ListOwnedItems, DeleteFreesPrivateHeapBlocksAndDestroyDropsTheHeap) {
-  DWORD heapsBefore = NumberOfHeaps();
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 4, 4, GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP, nullptr, 0),
-            S_OK);
-  EXPECT_EQ(NumberOfHeaps(), heapsBefore + 1);
+  DWORD heapsBefore = GetProcessHeaps(0, nullptr);
+  tGVLIST *list = Make(GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP);
+  EXPECT_EQ(GetProcessHeaps(0, nullptr), heapsBefore + 1);
   for (int i = 0; i < 12; ++i) ASSERT_EQ(GvList_AllocItem(list, nullptr, 64, -1, nullptr), S_OK);
   EXPECT_EQ(BusyBlocks(list->itemHeap), 12);
   ASSERT_EQ(GvList_DeleteList(list, 0, 5, FALSE), S_OK);
@@ -176,14 +142,13 @@ TEST(ListOwnedItems, DeleteFreesPrivateHeapBlocksAndDestroyDropsTheHeap) {
   ASSERT_EQ(GvList_DeleteList(list, 3, -1, FALSE), S_OK);
   EXPECT_EQ(BusyBlocks(list->itemHeap), 3);
   ASSERT_EQ(GvList_Destroy(list), S_OK);
-  EXPECT_EQ(NumberOfHeaps(), heapsBefore);
+  EXPECT_EQ(GetProcessHeaps(0, nullptr), heapsBefore);
 }
 
 TEST(ListOwnedItems, PlainListNeverFreesCallerValues) {
   HGLOBAL h = GlobalAlloc(GMEM_MOVEABLE, 16);
   void *p = GlobalLock(h);
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, 0, nullptr, 0), S_OK);
+  tGVLIST *list = Make(0);
   ASSERT_EQ(GvList_InsertList(list, -1, &p, 1), S_OK);
   ASSERT_EQ(GvList_DeleteList(list, 0, 1, FALSE), S_OK);
   ASSERT_EQ(GvList_InsertList(list, -1, &p, 1), S_OK);
