@@ -1,6 +1,7 @@
 // Temporary files and RIFF byte builders for the riff_ tests.
 #pragma once
 
+#include <gtest/gtest.h>
 #include <windows.h>
 
 #include <cstdint>
@@ -13,6 +14,16 @@
 namespace gvtest {
 
 using Bytes = std::vector<BYTE>;
+
+constexpr DWORD kSentinel = 0xdeadbeef;  // preset into out-parameters
+
+// Runs the statement that follows once per element `c` of a case table,
+// with the element's index in every failure message.
+#define FOR_EACH_CASE(cases)                                                     \
+  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)                    \
+    if (const auto &c = cases[i]; false) {                                       \
+    } else if (testing::ScopedTrace trace_(__FILE__, __LINE__, i); false) {      \
+    } else
 
 inline DWORD Fcc(const char *s) { return GVRIFF_FOURCC(s[0], s[1], s[2], s[3]); }
 
@@ -67,17 +78,19 @@ inline Bytes CanonicalWave(DWORD dataBytes) {
   return Riff("WAVE", body);
 }
 
-// A file in the temporary folder, deleted on destruction. The handle is
-// opened for reading and writing unless another access is asked for.
+// A file in the temporary folder, deleted on destruction, with a handle
+// open for reading and writing (or only `access`), at offset `at`.
 class TempFile {
  public:
-  explicit TempFile(const Bytes &contents = Bytes()) {
+  explicit TempFile(const Bytes &contents = Bytes(), DWORD access = GENERIC_READ | GENERIC_WRITE,
+                    uint64_t at = 0) {
     char dir[MAX_PATH], name[MAX_PATH];
     GetTempPathA(MAX_PATH, dir);
     GetTempFileNameA(dir, "gvr", 0, name);
     path_ = name;
     Put(contents);
-    handle_ = Open(GENERIC_READ | GENERIC_WRITE);
+    handle_ = Open(access);
+    Seek(at);
   }
   ~TempFile() {
     Close();
@@ -87,14 +100,6 @@ class TempFile {
   TempFile &operator=(const TempFile &) = delete;
 
   HANDLE handle() const { return handle_; }
-  const std::string &path() const { return path_; }
-
-  // Reopens with only this access (GENERIC_READ or GENERIC_WRITE), so that
-  // writes or reads through the handle fail.
-  void Reopen(DWORD access) {
-    Close();
-    handle_ = Open(access);
-  }
 
   // Offset of the file pointer (64 bits).
   uint64_t Pos() const {
@@ -138,7 +143,6 @@ class TempFile {
   }
   void Close() {
     if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
-    handle_ = INVALID_HANDLE_VALUE;
   }
 
   std::string path_;
