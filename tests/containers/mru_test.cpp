@@ -182,51 +182,38 @@ TEST_F(Mru, LoadSkipsGapsAndReadsOnlyTheCapacity) {
   EXPECT_EQ(Load(10), (Names{"a", "d"}));
 }
 
-TEST_F(Mru, DataIsWrittenToTheSlotOfAListedNameOnly) {
+TEST_F(Mru, DataIsWrittenToTheSlotOfAListedNameAndStaysWithThatSlot) {
   ListOf(3, {"c", "b", "a"});
   EXPECT_EQ(GvSetMRUNamesData(List(), "zzz", "data", 4), S_OK);
   for (const char *name : {"B2500", "B2501", "B2502", "3000", "3001", "3002"})
     EXPECT_FALSE(HasValue(name)) << name;
-  EXPECT_EQ(GvSetMRUNamesData(List(), "B", "BBBB", 4), S_OK);
+  const std::string block("\1\0\3\4\5\6", 6);
+  EXPECT_EQ(GvSetMRUNamesData(List(), "B", block.data(), 6), S_OK);
   DWORD type = 0, size = 0;
   std::vector<BYTE> data;
   ASSERT_TRUE(gvtest::ReadValue(HKEY_CURRENT_USER, path_, "B2501", &type, &data));
   EXPECT_EQ(type, static_cast<DWORD>(REG_BINARY));
-  EXPECT_EQ(std::string(data.begin(), data.end()), "BBBB");
+  EXPECT_EQ(std::string(data.begin(), data.end()), block);
   EXPECT_TRUE(gvtest::ReadDword(HKEY_CURRENT_USER, path_, "3001", &size));
-  EXPECT_EQ(size, 4u);
+  EXPECT_EQ(size, 6u);
   EXPECT_FALSE(HasValue("B2500"));
   EXPECT_FALSE(HasValue("B2502"));
+
+  Add({"c"});  // [c, a, b]: slot 1 now holds "a"
+  const struct {
+    const char *name;
+    DWORD size, read;
+  } cases[] = {{"a", 10, 6}, {"a", 6, 6}, {"a", 5, 0}, {"b", 10, 0}, {"c", 10, 0}};
+  for (const auto &c : cases) {
+    SCOPED_TRACE(testing::Message() << c.name << " into " << c.size);
+    BYTE buffer[12];
+    memset(buffer, 0xCC, sizeof buffer);
+    EXPECT_EQ(GvGetMRUNamesData(List(), c.name, buffer, c.size), c.read);
+    for (DWORD j = 0; j < c.size; ++j) EXPECT_EQ(buffer[j], j < c.read ? block[j] : 0) << j;
+    for (DWORD j = c.size; j < sizeof buffer; ++j) EXPECT_EQ(buffer[j], 0xCC) << "canary " << j;
+  }
   char buffer[4];
   EXPECT_EQ(GvGetMRUNamesData(List(), "zzz", buffer, sizeof buffer), 0u);
-}
-
-TEST_F(Mru, DataStaysWithItsSlotWhenNamesMove) {
-  ListOf(3, {"c", "b", "a"});
-  ASSERT_EQ(GvSetMRUNamesData(List(), "b", "BBBB", 4), S_OK);
-  Add({"c"});  // [c, a, b]: slot 1 now holds "a"
-  char buffer[8];
-  EXPECT_EQ(GvGetMRUNamesData(List(), "a", buffer, sizeof buffer), 4u);
-  EXPECT_EQ(std::string(buffer, 4), "BBBB");
-  EXPECT_EQ(GvGetMRUNamesData(List(), "b", buffer, sizeof buffer), 0u);
-  EXPECT_EQ(GvGetMRUNamesData(List(), "c", buffer, sizeof buffer), 0u);
-}
-
-TEST_F(Mru, ANameBehindAGapIsNeverFound) {
-  ASSERT_EQ(GvSetMRUNum(List(), 5), S_OK);
-  WriteSlots({"a", nullptr, "c"});
-  EXPECT_EQ(GvSetMRUNamesData(List(), "c", "CC", 2), S_OK);
-  EXPECT_FALSE(HasValue("B2501"));
-  EXPECT_FALSE(HasValue("B2502"));
-  DWORD size = 0xdeadbeef;
-  EXPECT_EQ(GvGetMRUNamesDataSize(List(), "c", &size), S_OK);
-  EXPECT_EQ(size, 0u);
-  WriteRaw("B2502", REG_BINARY, "CC", 2);
-  char buffer[4];
-  EXPECT_EQ(GvGetMRUNamesData(List(), "c", buffer, sizeof buffer), 0u);
-  // The name before the gap is found as usual.
-  EXPECT_EQ(GvGetMRUNamesDataSize(List(), "a", &size), S_OK);
-  EXPECT_EQ(size, 0xFFFFFFFFu);
 }
 
 TEST_F(Mru, DataSizeOfAListedNameIsAllOnes) {
@@ -237,12 +224,10 @@ TEST_F(Mru, DataSizeOfAListedNameIsAllOnes) {
   const struct {
     const char *name;
     DWORD size;
-  } cases[] = {
-      {"a", 0xFFFFFFFF},  // stored 5, clamped to the maximum -1
-      {"b", 0xFFFFFFFF},  // no size stored: the default 0, clamped the same way
-      {"c", 0},           // a negative stored size is clamped to the minimum
-      {"zzz", 0},         // not listed
-  };
+  } cases[] = {{"a", 0xFFFFFFFF},  // stored 5, clamped to the maximum -1
+               {"b", 0xFFFFFFFF},  // no size stored: the default 0, clamped the same way
+               {"c", 0},           // a negative stored size is clamped to the minimum
+               {"zzz", 0}};        // not listed
   for (const auto &c : cases) {
     DWORD size = 0xdeadbeef;
     EXPECT_EQ(GvGetMRUNamesDataSize(List(), c.name, &size), S_OK) << c.name;
@@ -250,21 +235,20 @@ TEST_F(Mru, DataSizeOfAListedNameIsAllOnes) {
   }
 }
 
-TEST_F(Mru, GetDataFillsTheBufferAndZeroesTheRest) {
-  ListOf(3, {"a"});
-  const BYTE block[6] = {1, 2, 3, 4, 5, 6};
-  ASSERT_EQ(GvSetMRUNamesData(List(), "a", block, sizeof block), S_OK);
-  const struct {
-    DWORD size, read;
-  } cases[] = {{10, 6}, {6, 6}, {5, 0}};
-  for (const auto &c : cases) {
-    SCOPED_TRACE(testing::Message() << "buffer " << c.size);
-    BYTE buffer[12];
-    memset(buffer, 0xCC, sizeof buffer);
-    EXPECT_EQ(GvGetMRUNamesData(List(), "a", buffer, c.size), c.read);
-    for (DWORD j = 0; j < c.size; ++j) EXPECT_EQ(buffer[j], j < c.read ? block[j] : 0) << j;
-    for (DWORD j = c.size; j < sizeof buffer; ++j) EXPECT_EQ(buffer[j], 0xCC) << "canary " << j;
-  }
+TEST_F(Mru, ANameBehindAGapIsNeverFound) {
+  ASSERT_EQ(GvSetMRUNum(List(), 5), S_OK);
+  WriteSlots({"a", nullptr, "c"});
+  EXPECT_EQ(GvSetMRUNamesData(List(), "c", "CC", 2), S_OK);
+  EXPECT_FALSE(HasValue("B2501") || HasValue("B2502"));
+  DWORD size = 0xdeadbeef;
+  EXPECT_EQ(GvGetMRUNamesDataSize(List(), "c", &size), S_OK);
+  EXPECT_EQ(size, 0u);
+  WriteRaw("B2502", REG_BINARY, "CC", 2);
+  char buffer[4];
+  EXPECT_EQ(GvGetMRUNamesData(List(), "c", buffer, sizeof buffer), 0u);
+  // The name before the gap is found as usual.
+  EXPECT_EQ(GvGetMRUNamesDataSize(List(), "a", &size), S_OK);
+  EXPECT_EQ(size, 0xFFFFFFFFu);
 }
 
 }  // namespace

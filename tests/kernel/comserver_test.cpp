@@ -27,8 +27,7 @@ class ComServer : public testing::Test {
     return reinterpret_cast<Fn>(reinterpret_cast<void *>(GetProcAddress(dll_, name)));
   }
   void SetUp() override {
-    dll_ = GetModuleHandleA("GVTALC.dll");
-    ASSERT_NE(dll_, nullptr);
+    ASSERT_NE(dll_ = GetModuleHandleA("GVTALC.dll"), nullptr);
     getClassObject_ = Proc<GetClassObjectFn>("DllGetClassObject");
     canUnloadNow_ = Proc<NoArgFn>("DllCanUnloadNow");
     register_ = Proc<NoArgFn>("DllRegisterServer");
@@ -37,7 +36,6 @@ class ComServer : public testing::Test {
     ASSERT_EQ(canUnloadNow_(), S_OK) << "an earlier test left something alive";
   }
   void TearDown() override { EXPECT_EQ(canUnloadNow_(), S_OK) << "this test left something alive"; }
-
   IClassFactory *Factory() {
     void *p = nullptr;
     EXPECT_EQ(getClassObject_(kClsidTalc, IID_IClassFactory, &p), S_OK);
@@ -48,7 +46,6 @@ class ComServer : public testing::Test {
     GetModuleFileNameA(dll_, path, sizeof path);
     return path;
   }
-
   HMODULE dll_ = nullptr;
   GetClassObjectFn getClassObject_ = nullptr;
   NoArgFn canUnloadNow_ = nullptr, register_ = nullptr, unregister_ = nullptr;
@@ -132,45 +129,36 @@ TEST_F(ComServer, CreateInstanceRefusesAggregationOtherInterfacesAndNullSlots) {
                {nullptr, &IID_IStream, E_NOINTERFACE},
                {nullptr, &IID_IClassFactory, E_NOINTERFACE}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    SCOPED_TRACE(i);
     void *p = kSentinel;
-    EXPECT_EQ(f->CreateInstance(cases[i].outer, *cases[i].iid, &p), cases[i].result);
-    EXPECT_EQ(p, nullptr);
-    EXPECT_EQ(canUnloadNow_(), S_OK);
+    EXPECT_EQ(f->CreateInstance(cases[i].outer, *cases[i].iid, &p), cases[i].result) << i;
+    EXPECT_EQ(p, nullptr) << i;
   }
   EXPECT_EQ(f->CreateInstance(nullptr, kIidKernel, nullptr), E_INVALIDARG);
-
-  // Aggregation asking for IUnknown is allowed; the outer unknown is stored, not used.
-  void *p = nullptr;
-  ASSERT_EQ(f->CreateInstance(&outer, IID_IUnknown, &p), S_OK);
-  ASSERT_NE(p, nullptr);
-  EXPECT_EQ(canUnloadNow_(), S_FALSE);
-  IGVKernel *kernel = nullptr;
-  ASSERT_EQ(static_cast<IUnknown *>(p)->QueryInterface(kIidKernel, reinterpret_cast<void **>(&kernel)),
-            S_OK);
-  EXPECT_EQ(kernel->GetVersion(), 0x0100000Cu);
-  EXPECT_EQ(kernel->QueryInterface(kIidKernel, nullptr), E_INVALIDARG);
-  EXPECT_EQ(kernel->Release(), 1u);
-  EXPECT_EQ(static_cast<IUnknown *>(p)->Release(), 0u);
-  EXPECT_EQ(outer.calls, 0);
+  EXPECT_EQ(canUnloadNow_(), S_OK);
   EXPECT_EQ(f->Release(), 0u);
 }
 
-TEST_F(ComServer, CreateInstanceMakesTheKernelObjectForIUnknownAndIGVKernel) {
+// For IUnknown and IGVKernel, and aggregated for IUnknown: the kernel object,
+// not the graph builder, holding the server while it lives.
+TEST_F(ComServer, CreateInstanceMakesTheKernelObject) {
   IClassFactory *f = Factory();
   ASSERT_NE(f, nullptr);
-  for (const IID *ask : {&IID_IUnknown, &kIidKernel}) {
-    SCOPED_TRACE(ask == &kIidKernel ? "IGVKernel" : "IUnknown");
-    void *p = nullptr;
-    ASSERT_EQ(f->CreateInstance(nullptr, *ask, &p), S_OK);
+  Outer outer;
+  const struct {
+    IUnknown *outer;
+    const IID *iid;
+  } asks[] = {{nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
+  for (size_t i = 0; i < 3; ++i) {
+    SCOPED_TRACE(i);
+    void *p = nullptr, *kernel = nullptr, *graph = kSentinel;
+    ASSERT_EQ(f->CreateInstance(asks[i].outer, *asks[i].iid, &p), S_OK);
     auto *unknown = static_cast<IUnknown *>(p);
-    // The kernel object, not the graph builder: it answers IGVKernel only.
-    void *kernel = nullptr, *graph = kSentinel;
     ASSERT_EQ(unknown->QueryInterface(kIidKernel, &kernel), S_OK);
     EXPECT_EQ(kernel, p);
     const IID graphIid = GV_IID_IGVGRAPHBUILDER_INIT;
     EXPECT_EQ(unknown->QueryInterface(graphIid, &graph), E_NOINTERFACE);
     EXPECT_EQ(graph, nullptr);
+    EXPECT_EQ(unknown->QueryInterface(kIidKernel, nullptr), E_INVALIDARG);
     EXPECT_EQ(static_cast<IGVKernel *>(kernel)->GetVersion(), 0x0100000Cu);
     EXPECT_EQ(unknown->AddRef(), 3u);
     EXPECT_EQ(unknown->Release(), 2u);
@@ -179,26 +167,8 @@ TEST_F(ComServer, CreateInstanceMakesTheKernelObjectForIUnknownAndIGVKernel) {
     EXPECT_EQ(unknown->Release(), 0u);
     EXPECT_EQ(canUnloadNow_(), S_OK);
   }
+  EXPECT_EQ(outer.calls, 0) << "the outer unknown is stored, not used";
   EXPECT_EQ(f->Release(), 0u);
-}
-
-TEST_F(ComServer, KernelObjectMakesTheSameVersionCheck) {
-  IClassFactory *f = Factory();
-  ASSERT_NE(f, nullptr);
-  IGVKernel *kernel = nullptr;
-  ASSERT_EQ(f->CreateInstance(nullptr, kIidKernel, reinterpret_cast<void **>(&kernel)), S_OK);
-  f->Release();
-  {
-    gvtest::MsgBoxCatcher catcher;
-    EXPECT_EQ(kernel->CheckVersion(nullptr, "Com Client", GVKERNEL_VERSION, 1, 0), S_OK);
-    EXPECT_EQ(kernel->CheckVersion(nullptr, "Com Client", GVKERNEL_VERSION + 1, 3, 0), E_FAIL);
-    ASSERT_EQ(catcher.Boxes().size(), 1u);
-    EXPECT_EQ(catcher.Boxes()[0].caption, "Marrowbeam Kernel");
-    EXPECT_EQ(catcher.Boxes()[0].text,
-              "The version of the Marrowbeam Kernel is incompatible with the following "
-              "client:\n\nCom Client.");
-  }
-  EXPECT_EQ(kernel->Release(), 0u);
 }
 
 TEST_F(ComServer, LockServerHoldsTheServerUntilUnlocked) {
@@ -231,8 +201,16 @@ TEST_F(ComServer, CoCreateInstanceGivesAWorkingKernelObject) {
             S_OK);
   ASSERT_NE(kernel, nullptr);
   EXPECT_EQ(kernel->GetVersion(), 0x0100000Cu);
-  EXPECT_EQ(kernel->CheckVersion(nullptr, "Co Client", GVKERNEL_VERSION, 1, 0), S_OK);
   EXPECT_EQ(canUnloadNow_(), S_FALSE);
+  {  // the same version check as the export
+    gvtest::MsgBoxCatcher catcher;
+    EXPECT_EQ(kernel->CheckVersion(nullptr, "Co Client", GVKERNEL_VERSION, 1, 0), S_OK);
+    EXPECT_EQ(kernel->CheckVersion(nullptr, "Co Client", GVKERNEL_VERSION + 1, 3, 0), E_FAIL);
+    ASSERT_EQ(catcher.Boxes().size(), 1u);
+    EXPECT_EQ(catcher.Boxes()[0].caption, "Marrowbeam Kernel");
+    EXPECT_EQ(catcher.Boxes()[0].text, "The version of the Marrowbeam Kernel is incompatible with "
+                                       "the following client:\n\nCo Client.");
+  }
   EXPECT_EQ(kernel->Release(), 0u);
   EXPECT_EQ(canUnloadNow_(), S_OK);
   if (SUCCEEDED(init)) CoUninitialize();
@@ -277,28 +255,24 @@ DWORD RunAndWait(std::string command) {
   return code;
 }
 
-TEST_F(ComServer, LoadingRegistersTheClassAndUnregisterRemovesIt) {
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
+TEST_F(ComServer, LoadingRegsvr32AndRegisterServerRegisterTheClass) {
+  const std::string dll = DllPath();
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
   ASSERT_EQ(unregister_(), S_OK);
   EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
   EXPECT_EQ(unregister_(), S_OK) << "unregistering twice is harmless";
   ASSERT_EQ(register_(), S_OK);
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
   // Every load registers again: another process that loads the library, running no test.
   ASSERT_EQ(unregister_(), S_OK);
   char exe[MAX_PATH];
   GetModuleFileNameA(nullptr, exe, sizeof exe);
   EXPECT_EQ(RunAndWait("\"" + std::string(exe) + "\" --gtest_filter=-*"), 0u);
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
-  register_();
-}
-
-TEST_F(ComServer, Regsvr32RegistersAndUnregistersTheLibrary) {
-  const std::string dll = "\"" + DllPath() + "\"";
-  EXPECT_EQ(RunAndWait("regsvr32.exe /s /u " + dll), 0u);
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
+  EXPECT_EQ(RunAndWait("regsvr32.exe /s /u \"" + dll + "\""), 0u);
   EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
-  EXPECT_EQ(RunAndWait("regsvr32.exe /s " + dll), 0u);
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", DllPath());
+  EXPECT_EQ(RunAndWait("regsvr32.exe /s \"" + dll + "\""), 0u);
+  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
   register_();  // whatever happened, leave the class registered
 }
 
