@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "gvtalc.h"
@@ -47,13 +49,7 @@ const bool g_childMode = [] {
   DWORD n = GetEnvironmentVariableA(kChildOutVar, path, sizeof path);
   if (n == 0 || n >= sizeof path) return false;
   GetEnvironmentVariableA(kChildModeVar, mode, sizeof mode);
-  std::string report = ChildReport(mode);
-  HANDLE f = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  DWORD written;
-  if (f != INVALID_HANDLE_VALUE) {
-    WriteFile(f, report.data(), static_cast<DWORD>(report.size()), &written, nullptr);
-    CloseHandle(f);
-  }
+  std::ofstream(path, std::ios::binary) << ChildReport(mode);
   ExitProcess(0);
   return true;
 }();
@@ -84,14 +80,9 @@ std::string RunChild(const std::string &exe, std::string commandLine, const char
     CloseHandle(pi.hThread);
     CloseHandle(pi.hProcess);
   }
-  std::string report;
-  HANDLE f = CreateFileA(out, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-  char buffer[4096];
-  DWORD got = 0;
-  if (f != INVALID_HANDLE_VALUE) {
-    while (ReadFile(f, buffer, sizeof buffer, &got, nullptr) && got) report.append(buffer, got);
-    CloseHandle(f);
-  }
+  std::ifstream in(out, std::ios::binary);
+  std::string report((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  in.close();
   DeleteFileA(out);
   return finished ? report : "";
 }
@@ -125,14 +116,9 @@ const std::string kLongClient = std::string(120, 'n') + "0123456789" + std::stri
 TEST(KernelCheckVersion, AnswersAndTellsTheUserWhy) {
   EXPECT_EQ(GvKernel_GetVersion(), 0x0100000Cu);
   EXPECT_EQ(GvKernel_GetVersion(), static_cast<DWORD>(GVKERNEL_VERSION));
-  const struct {
-    DWORD required;
-    int level;
-    const char *client;
-    bool owned;
-    HRESULT result;
-    std::string message;  // empty: no box
-  } cases[] = {
+  // An empty message: no box.
+  const struct { DWORD required; int level; const char *client; bool owned; HRESULT result;
+                 std::string message; } cases[] = {
       {0x0100000C, 1, "Test Client", false, S_OK, ""},
       {0x00000000, 1, "Test Client", false, S_OK, ""},
       {0x0100000B, 1, nullptr, false, S_OK, ""},
@@ -175,9 +161,7 @@ TEST(KernelCheckVersion, RefusesPlatformsBeforeWindows95BeforeAnythingElse) {
 // ---- Command line -------------------------------------------------------
 
 TEST(CommandLineTail, SkipsTheProgramNameAndTheWhiteSpaceAfterIt) {
-  const struct {
-    const char *line, *tail;
-  } cases[] = {
+  const struct { const char *line, *tail; } cases[] = {
       // Quoted name with blanks, three blanks, then the argument.
       {"\"C:\\Program Files\\Gv Test\\client app.exe\"   -x", "-x"},
       // Only an unquoted name: the tail is the terminating zero.
@@ -290,10 +274,7 @@ TEST(DebugString, DrawsAGreyFramedStripAlongTheBottomOfTheScreen) {
   for (int i = 0; i < 20; ++i) EXPECT_EQ(GvDebugString("wrapping around the strip", TRUE), 1);
   EXPECT_EQ(GvDebugString(nullptr, TRUE), 1);
 
-  const struct {
-    int x, y;
-    COLORREF colour;
-  } probes[] = {
+  const struct { int x, y; COLORREF colour; } probes[] = {
       {w / 2, h - 71, RGB(0, 0, 0)},         // top of the frame
       {0, h - 30, RGB(0, 0, 0)},             // left edge of the frame
       {w - 80, h - 30, RGB(0, 0, 0)},        // right edge of the frame
