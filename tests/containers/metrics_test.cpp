@@ -57,11 +57,11 @@ void RemoveApp(const std::string &appRoot) {
   }
 }
 
-// A 24-byte buffer preset to `canary` and read through `read(buffer, size)`:
-// the first `size` bytes must be `expected` followed by zeros, the rest
-// untouched.
+// Reads through `read(buffer, size)` into a 24-byte buffer preset to
+// `canary`: the first `size` bytes must be `expected` followed by zeros, the
+// rest untouched.
 template <typename Read>
-void ExpectFilled(Read read, DWORD size, const std::string &expected, BYTE canary = 0xCC) {
+void ExpectFilled(Read read, DWORD size, const std::string &expected, BYTE canary) {
   char buffer[24];
   memset(buffer, canary, sizeof buffer);
   read(buffer, size);
@@ -69,6 +69,16 @@ void ExpectFilled(Read read, DWORD size, const std::string &expected, BYTE canar
     EXPECT_EQ(buffer[j], j < expected.size() ? expected[j] : 0) << "byte " << j;
   for (DWORD j = size; j < sizeof buffer; ++j)
     EXPECT_EQ(static_cast<BYTE>(buffer[j]), canary) << "canary " << j;
+}
+void ExpectBinary(HGVMETRIC h, int id, DWORD size, DWORD result, const std::string &bytes) {
+  ExpectFilled([&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricBinary(h, id, b, n), result); }, size,
+               bytes, 0xCC);
+}
+void ExpectText(HGVMETRIC h, int id, DWORD size, const char *def, BOOL keepEmpty, int result,
+                const std::string &text) {
+  ExpectFilled(
+      [&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricStringEx(h, id, b, n, def, keepEmpty), result); },
+      size, text, 0xAA);
 }
 
 // An application of its own per test, removed from both hives afterwards.
@@ -95,10 +105,7 @@ class Metrics : public testing::Test {
 
 TEST_F(Metrics, OpenCreatesThePathFromMajorMinorAndSubKeyInBothHives) {
   EXPECT_TRUE(gvtest::KeyExists(kUser, path_) && gvtest::KeyExists(kMachine, path_));
-  const struct {
-    DWORD version;
-    const char *subKey, *tail;
-  } cases[] = {{0x01000000, nullptr, "\\1.0\\Metrics"},
+  const struct { DWORD version; const char *subKey, *tail; } cases[] = {{0x01000000, nullptr, "\\1.0\\Metrics"},
                {0x0A0BFFFF, nullptr, "\\10.11\\Metrics"},
                {0xFFFE0000, nullptr, "\\255.254\\Metrics"},
                {0x00000000, "Section", "\\0.0\\Metrics\\Section"},
@@ -149,14 +156,11 @@ TEST_F(Metrics, DeleteAllRemovesTheMetricsTreeOfOneVersionInBothHives) {
 // ---- Value names by type and hive ----------------------------------------
 
 TEST_F(Metrics, SettersWriteTheNamedValueInTheHiveOfTheIdsSign) {
-  const struct {
-    int id;
-    DWORD type;
-    const char *name;
-  } cases[] = {{1000, REG_DWORD, "1000"}, {1000, REG_SZ, "S1000"}, {1000, REG_BINARY, "B1000"},
-               {0, REG_DWORD, "0"},       {0, REG_SZ, "S0"},       {-3, REG_DWORD, "3"},
-               {-3, REG_SZ, "S3"},        {-3, REG_BINARY, "B3"},
-               {2147483647, REG_DWORD, "2147483647"}, {-2147483647, REG_BINARY, "B2147483647"}};
+  const struct { int id; DWORD type; const char *name; } cases[] = {
+      {1000, REG_DWORD, "1000"}, {1000, REG_SZ, "S1000"}, {1000, REG_BINARY, "B1000"},
+      {0, REG_DWORD, "0"}, {0, REG_SZ, "S0"}, {-3, REG_DWORD, "3"}, {-3, REG_SZ, "S3"},
+      {-3, REG_BINARY, "B3"}, {2147483647, REG_DWORD, "2147483647"},
+      {-2147483647, REG_BINARY, "B2147483647"}};
   const std::string block("\x01\x00\xFE", 3);
   for (const auto &c : cases) {
     SCOPED_TRACE(testing::Message() << "id " << c.id << " -> " << c.name);
@@ -211,9 +215,7 @@ TEST_F(Metrics, GetMetricExClampsSignedUnlessTheBoundsAreEqual) {
   const DWORD stored[] = {3, 0, 0xFFFFFFF6 /* -10 */, 0x80000000, 200};
   for (int i = 0; i < 5; ++i) WriteDword(kUser, path_, std::to_string(i + 1).c_str(), stored[i]);
   WriteRaw(kUser, path_, "6", REG_SZ, "42", 3);
-  const struct {
-    int id, minimum, maximum, def, expected;
-  } cases[] = {
+  const struct { int id, minimum, maximum, def, expected; } cases[] = {
       {7, 5, 5, 99, 99},     // nothing stored, equal bounds: the default as it is
       {7, 1, 48, 99, 48},    // nothing stored: the default clamped
       {7, 1, 48, -99, 1},  {1, 1, 48, 99, 3}, {1, 3, 3, 99, 3}, {1, 4, 48, 99, 4},
@@ -236,9 +238,7 @@ TEST_F(Metrics, GetMetricBoolFoldsToZeroOrOne) {
   WriteDword(kUser, path_, "1", 5);
   WriteDword(kUser, path_, "2", 0);
   WriteDword(kMachine, path_, "3", 0x80000000);
-  const struct {
-    int id, def, expected;
-  } cases[] = {{1, 0, 1}, {2, 1, 0}, {-3, 0, 1}, {9, 7, 1}, {9, 0, 0}, {9, -3, 1}};
+  const struct { int id, def, expected; } cases[] = {{1, 0, 1}, {2, 1, 0}, {-3, 0, 1}, {9, 7, 1}, {9, 0, 0}, {9, -3, 1}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)
     EXPECT_EQ(GvGetMetricBool(h_, cases[i].id, cases[i].def), cases[i].expected) << "case " << i;
 }
@@ -250,15 +250,11 @@ TEST_F(Metrics, BinaryReadsWholeBlocksOfItsOwnTypeAndZeroesTheRest) {
   ASSERT_EQ(GvSetMetricBinary(h_, 12, block.data(), 5), S_OK);
   WriteRaw(kUser, path_, "B1", REG_SZ, "abc", 4);
   WriteDword(kUser, path_, "B2", 7);
-  const struct {
-    int id;
-    DWORD size, expected;
-  } cases[] = {{12, 8, 5}, {12, 5, 5}, {12, 4, 0}, {12, 1, 0},  // too large: nothing
+  const struct { int id; DWORD size, expected; } cases[] = {{12, 8, 5}, {12, 5, 5}, {12, 4, 0}, {12, 1, 0},  // too large: nothing
                {1, 6, 0},  {2, 6, 0},  {3, 6, 0},  {-1, 6, 0}};  // other type, missing
   for (const auto &c : cases) {
     SCOPED_TRACE(testing::Message() << "id " << c.id << " buffer " << c.size);
-    ExpectFilled([&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricBinary(h_, c.id, b, n), c.expected); },
-                 c.size, block.substr(0, c.expected));
+    ExpectBinary(h_, c.id, c.size, c.expected, block.substr(0, c.expected));
   }
   // An empty block is a value of no bytes.
   EXPECT_EQ(GvSetMetricBinary(h_, 4, "", 0), S_OK);
@@ -274,14 +270,8 @@ TEST_F(Metrics, GetMetricStringExFallsBackAsDocumented) {
   EXPECT_EQ(Stored(kUser, path_, "S2"), Typed(REG_SZ, std::string(1, '\0')));
   WriteRaw(kUser, path_, "S3", REG_EXPAND_SZ, "%x%", 4);
   WriteRaw(kUser, path_, "S4", REG_SZ, "abcd", 4);  // unterminated
-  const struct {
-    int id;
-    DWORD size;
-    const char *def;
-    BOOL keepEmpty;
-    int result;
-    const char *text;
-  } cases[] = {
+  const struct { int id; DWORD size; const char *def; BOOL keepEmpty; int result; const char *text; }
+      cases[] = {
       {1, 16, "dflt", FALSE, 5, "hello"},
       {1, 6, "dflt", FALSE, 5, "hello"},      // just fits with its terminator
       {1, 5, "xy", TRUE, 2, "xy"},            // too long for the buffer: the default
@@ -301,9 +291,7 @@ TEST_F(Metrics, GetMetricStringExFallsBackAsDocumented) {
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
     const auto &c = cases[i];
     SCOPED_TRACE(testing::Message() << "case " << i);
-    ExpectFilled([&](char *b, DWORD n) {
-      EXPECT_EQ(GvGetMetricStringEx(h_, c.id, b, n, c.def, c.keepEmpty), c.result);
-    }, c.size, c.text, 0xAA);
+    ExpectText(h_, c.id, c.size, c.def, c.keepEmpty, c.result, c.text);
   }
 }
 
@@ -313,11 +301,7 @@ TEST_F(Metrics, ExistenceNeedsNameAndTypeAndDeletionTakesOnlyThatValue) {
   GvSetMetric(h_, 12, 1);
   GvSetMetricString(h_, 12, "keep");
   WriteRaw(kUser, path_, "S13", REG_BINARY, "x", 1);
-  const struct {
-    int id;
-    DWORD type;
-    HRESULT expected;
-  } cases[] = {{12, REG_DWORD, S_OK},     {12, REG_BINARY, S_FALSE}, {-12, REG_DWORD, S_FALSE},
+  const struct { int id; DWORD type; HRESULT expected; } cases[] = {{12, REG_DWORD, S_OK},     {12, REG_BINARY, S_FALSE}, {-12, REG_DWORD, S_FALSE},
                {13, REG_SZ, S_FALSE},     {13, REG_BINARY, S_FALSE}, {14, REG_DWORD, S_FALSE}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)
     EXPECT_EQ(GvDoesMetricExist(h_, cases[i].id, cases[i].type), cases[i].expected) << i;
@@ -340,13 +324,9 @@ void ExpectNothingBehind(HGVMETRIC h, int id, bool clamped) {
   EXPECT_EQ(GvGetMetricEx(h, id, 1, 48, 99), clamped ? 48 : 99);
   EXPECT_EQ(GvGetMetricEx(h, id, 1, 48, -7), clamped ? 1 : -7);
   for (int def : {7, -3, 0}) EXPECT_EQ(GvGetMetricBool(h, id, def), clamped ? def != 0 : def);
-  ExpectFilled([&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricBinary(h, id, b, n), 0u); }, 6, "");
-  ExpectFilled(
-      [&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricStringEx(h, id, b, n, nullptr, FALSE), 0); },
-      6, "", 0xAA);
-  ExpectFilled(
-      [&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricStringEx(h, id, b, n, "dflt", TRUE), 4); },
-      6, "dflt", 0xAA);
+  ExpectBinary(h, id, 6, 0, "");
+  ExpectText(h, id, 6, nullptr, FALSE, 0, "");
+  ExpectText(h, id, 6, "dflt", TRUE, 4, "dflt");
   EXPECT_EQ(GvDoesMetricExist(h, id, REG_DWORD), S_FALSE);
   EXPECT_EQ(GvDeleteMetric(h, id, REG_DWORD), S_FALSE);
   EXPECT_EQ(GvSetMetric(h, id, 1), E_FAIL);
@@ -393,11 +373,8 @@ TEST(KernelMetrics, HandleMinusOneReadsTheLibrarySettingsAndOnlyDeletes) {
   EXPECT_EQ(GvGetMetric(k, -987001), 43u);
   EXPECT_EQ(GvGetMetricEx(k, 987001, 0, 10, 0), 10);
   EXPECT_EQ(GvGetMetricBool(k, 987001, 0), 1);
-  ExpectFilled(
-      [&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricStringEx(k, 987001, b, n, nullptr, FALSE), 6); },
-      8, "kernel");
-  ExpectFilled([&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricBinary(k, 987001, b, n), 2u); }, 4,
-               "\x01\x02");
+  ExpectText(k, 987001, 8, nullptr, FALSE, 6, "kernel");
+  ExpectBinary(k, 987001, 4, 2, "\x01\x02");
   EXPECT_EQ(GvDoesMetricExist(k, 987001, REG_DWORD), S_OK);
   EXPECT_EQ(GvDoesMetricExist(k, 987002, REG_DWORD), S_FALSE);
   EXPECT_EQ(GvSetMetric(k, 987002, 1), E_FAIL);
