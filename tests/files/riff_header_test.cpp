@@ -43,29 +43,24 @@ TEST(RiffHeader, ReadListHeaderCountsOnlyTheEntriesAndRejectsOtherIdentifiers) {
   }
 }
 
-TEST(RiffHeader, ReadFileIDReportsSizeAfterTheFormType) {
-  TempFile f(CanonicalWave(8));
-  DWORD size = kSentinel, form = kSentinel;
-  EXPECT_EQ(riff_ReadFileID(f.handle(), &size, &form), S_OK);
-  EXPECT_EQ(size, 36u + 8 - 4);
-  EXPECT_EQ(form, Fcc("WAVE"));
-  EXPECT_EQ(f.Pos(), 12u);
-  f.Seek(0);
-  EXPECT_EQ(riff_ReadFileID(f.handle(), nullptr, nullptr), S_OK);
-  EXPECT_EQ(f.Pos(), 12u);
-}
-
-TEST(RiffHeader, ReadFileIDStoresTheSizeEvenForAnotherIdentifier) {
-  const struct { Bytes contents; DWORD size; } cases[] = {
-      {Header("RIFX", 100), 96}, {Header("riff", 8), 4}, {Header("LIST", 2), 0xFFFFFFFE},
-      {Bytes(12), 0xFFFFFFFC},   {Bytes(), 0xFFFFFFFC}};
+TEST(RiffHeader, ReadFileIDReportsSizeAfterTheFormTypeEvenForAnotherIdentifier) {
+  const struct { Bytes contents; HRESULT result; DWORD size, form; } cases[] = {
+      {CanonicalWave(8), S_OK, 36 + 8 - 4, Fcc("WAVE")},
+      {Header("RIFX", 100), GVRIFF_E_NOTRIFF, 96, kSentinel},
+      {Header("riff", 8), GVRIFF_E_NOTRIFF, 4, kSentinel},
+      {Header("LIST", 2), GVRIFF_E_NOTRIFF, 0xFFFFFFFE, kSentinel},
+      {Bytes(12), GVRIFF_E_NOTRIFF, 0xFFFFFFFC, kSentinel},
+      {Bytes(), GVRIFF_E_NOTRIFF, 0xFFFFFFFC, kSentinel}};
   FOR_EACH_CASE(cases) {
     TempFile f(c.contents);
     DWORD size = kSentinel, form = kSentinel;
-    EXPECT_EQ(riff_ReadFileID(f.handle(), &size, &form), GVRIFF_E_NOTRIFF);
+    EXPECT_EQ(riff_ReadFileID(f.handle(), &size, &form), c.result);
     EXPECT_EQ(size, c.size);
-    EXPECT_EQ(form, kSentinel);
+    EXPECT_EQ(form, c.form);
   }
+  TempFile f(CanonicalWave(8));
+  EXPECT_EQ(riff_ReadFileID(f.handle(), nullptr, nullptr), S_OK);
+  EXPECT_EQ(f.Pos(), 12u);
 }
 
 TEST(RiffWrite, WriteChunkPadsOddSizesAndReportsTheBytesWritten) {
@@ -99,12 +94,8 @@ TEST(RiffWrite, HeaderWritersPutTheirBytesOnDisk) {
   EXPECT_EQ(riff_WriteFileID(f.handle(), Fcc("WAVE"), 0x11223344), S_OK);
   EXPECT_EQ(riff_WriteListHeader(f.handle(), Fcc("INFO"), 22), S_OK);
   EXPECT_EQ(riff_WriteChunkHeader(f.handle(), Fcc("INAM"), 0x80000000u), S_OK);
-  Bytes expected = Header("RIFF", 0x11223344);
-  Append(expected, Text("WAVE"));
-  Append(expected, Header("LIST", 22));
-  Append(expected, Text("INFO"));
-  Append(expected, Header("INAM", 0x80000000u));
-  EXPECT_EQ(f.OnDisk(), expected);
+  EXPECT_EQ(f.OnDisk(), Concat({Header("RIFF", 0x11223344), Text("WAVE"), Header("LIST", 22),
+                                Text("INFO"), Header("INAM", 0x80000000u)}));
   EXPECT_EQ(f.Pos(), 32u);
 }
 

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -33,6 +34,12 @@ inline void Le32(Bytes &b, DWORD v) {
 
 inline void Append(Bytes &b, const Bytes &more) { b.insert(b.end(), more.begin(), more.end()); }
 
+inline Bytes Concat(std::initializer_list<Bytes> parts) {
+  Bytes b;
+  for (const Bytes &part : parts) Append(b, part);
+  return b;
+}
+
 // A chunk header with any size field, without data.
 inline Bytes Header(const char *id, DWORD size) {
   Bytes b(id, id + 4);
@@ -42,40 +49,27 @@ inline Bytes Header(const char *id, DWORD size) {
 
 // A whole chunk: header, data, pad byte when the size is odd.
 inline Bytes Chunk(const char *id, const Bytes &data) {
-  Bytes b = Header(id, static_cast<DWORD>(data.size()));
-  Append(b, data);
-  if (data.size() & 1) b.push_back(0);
-  return b;
+  return Concat({Header(id, static_cast<DWORD>(data.size())), data, Bytes(data.size() & 1)});
 }
 
 inline Bytes Text(const char *s) { return Bytes(s, s + strlen(s)); }
 
 // "RIFF" + (4 + body) + form + body.
 inline Bytes Riff(const char *form, const Bytes &body) {
-  Bytes b = Header("RIFF", static_cast<DWORD>(4 + body.size()));
-  b.insert(b.end(), form, form + 4);
-  Append(b, body);
-  return b;
+  return Concat({Header("RIFF", static_cast<DWORD>(4 + body.size())), Bytes(form, form + 4), body});
 }
 
 inline Bytes List(const char *type, const Bytes &entries) {
-  Bytes data(type, type + 4);
-  Append(data, entries);
-  return Chunk("LIST", data);
+  return Chunk("LIST", Concat({Bytes(type, type + 4), entries}));
 }
 
 // The canonical 44-byte-header WAVE file: fmt (16 bytes PCM), data.
 inline Bytes CanonicalWave(DWORD dataBytes) {
   Bytes fmt;
-  Le32(fmt, 0x00020001);
-  Le32(fmt, 44100);
-  Le32(fmt, 44100 * 4);
-  Le32(fmt, 0x00100004);
-  Bytes body = Chunk("fmt ", fmt);
+  for (DWORD v : {0x00020001u, 44100u, 44100u * 4, 0x00100004u}) Le32(fmt, v);
   Bytes data(dataBytes);
   for (DWORD i = 0; i < dataBytes; ++i) data[i] = static_cast<BYTE>(i);
-  Append(body, Chunk("data", data));
-  return Riff("WAVE", body);
+  return Riff("WAVE", Concat({Chunk("fmt ", fmt), Chunk("data", data)}));
 }
 
 // A file in the temporary folder, deleted on destruction, with a handle
