@@ -55,9 +55,7 @@ class ComServer : public testing::Test {
 class Outer : public IUnknown {
  public:
   STDMETHODIMP QueryInterface(REFIID, void **result) override {
-    ++calls;
-    *result = nullptr;
-    return E_NOINTERFACE;
+    return ++calls, *result = nullptr, E_NOINTERFACE;
   }
   STDMETHODIMP_(ULONG) AddRef() override { return ++calls, 2; }
   STDMETHODIMP_(ULONG) Release() override { return ++calls, 1; }
@@ -68,11 +66,7 @@ class Outer : public IUnknown {
 
 TEST_F(ComServer, ClassObjectAnswersPerClassAndInterface) {
   const CLSID other = {0x12345678, 0x1234, 0x1234, {1, 2, 3, 4, 5, 6, 7, 8}};
-  const struct {
-    const CLSID *clsid;
-    const IID *iid;
-    HRESULT result;
-  } cases[] = {
+  const struct { const CLSID *clsid; const IID *iid; HRESULT result; } cases[] = {
       {&kClsidTalc, &IID_IClassFactory, S_OK}, {&kClsidTalc, &IID_IUnknown, S_OK},
       {&kClsidTalc, &kIidKernel, E_NOINTERFACE}, {&kClsidTalc, &IID_IStream, E_NOINTERFACE},
       {&other, &IID_IClassFactory, E_FAIL},    {&kIidKernel, &IID_IClassFactory, E_FAIL},
@@ -97,10 +91,8 @@ TEST_F(ComServer, EachFactoryIsNewStartsAtOneAndCountsExactly) {
   EXPECT_NE(f, g);
   EXPECT_EQ(g->Release(), 0u);
   EXPECT_EQ(canUnloadNow_(), S_OK) << "a factory does not hold the server";
-  EXPECT_EQ(f->AddRef(), 2u);
-  EXPECT_EQ(f->AddRef(), 3u);
-  EXPECT_EQ(f->Release(), 2u);
-  EXPECT_EQ(f->Release(), 1u);
+  for (ULONG count : {2u, 3u}) EXPECT_EQ(f->AddRef(), count);
+  for (ULONG count : {2u, 1u}) EXPECT_EQ(f->Release(), count);
   void *p = nullptr;
   EXPECT_EQ(f->QueryInterface(IID_IClassFactory, &p), S_OK);
   EXPECT_EQ(p, f);
@@ -110,9 +102,7 @@ TEST_F(ComServer, EachFactoryIsNewStartsAtOneAndCountsExactly) {
   EXPECT_EQ(f->QueryInterface(kIidKernel, &p), E_NOINTERFACE);
   EXPECT_EQ(p, nullptr);
   EXPECT_EQ(f->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
-  EXPECT_EQ(f->Release(), 2u);
-  EXPECT_EQ(f->Release(), 1u);
-  EXPECT_EQ(f->Release(), 0u);
+  for (ULONG count : {2u, 1u, 0u}) EXPECT_EQ(f->Release(), count);
 }
 
 // ---- CreateInstance ----------------------------------------------------
@@ -121,11 +111,7 @@ TEST_F(ComServer, CreateInstanceRefusesAggregationOtherInterfacesAndNullSlots) {
   IClassFactory *f = Factory();
   ASSERT_NE(f, nullptr);
   Outer outer;
-  const struct {
-    IUnknown *outer;
-    const IID *iid;
-    HRESULT result;
-  } cases[] = {{&outer, &kIidKernel, CLASS_E_NOAGGREGATION},
+  const struct { IUnknown *outer; const IID *iid; HRESULT result; } cases[] = {{&outer, &kIidKernel, CLASS_E_NOAGGREGATION},
                {nullptr, &IID_IStream, E_NOINTERFACE},
                {nullptr, &IID_IClassFactory, E_NOINTERFACE}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
@@ -144,10 +130,7 @@ TEST_F(ComServer, CreateInstanceMakesTheKernelObject) {
   IClassFactory *f = Factory();
   ASSERT_NE(f, nullptr);
   Outer outer;
-  const struct {
-    IUnknown *outer;
-    const IID *iid;
-  } asks[] = {{nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
+  const struct { IUnknown *outer; const IID *iid; } asks[] = {{nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
   for (size_t i = 0; i < 3; ++i) {
     SCOPED_TRACE(i);
     void *p = nullptr, *kernel = nullptr, *graph = kSentinel;
@@ -161,8 +144,7 @@ TEST_F(ComServer, CreateInstanceMakesTheKernelObject) {
     EXPECT_EQ(unknown->QueryInterface(kIidKernel, nullptr), E_INVALIDARG);
     EXPECT_EQ(static_cast<IGVKernel *>(kernel)->GetVersion(), 0x0100000Cu);
     EXPECT_EQ(unknown->AddRef(), 3u);
-    EXPECT_EQ(unknown->Release(), 2u);
-    EXPECT_EQ(unknown->Release(), 1u);
+    for (ULONG count : {2u, 1u}) EXPECT_EQ(unknown->Release(), count);
     EXPECT_EQ(canUnloadNow_(), S_FALSE) << "a live kernel object holds the server";
     EXPECT_EQ(unknown->Release(), 0u);
     EXPECT_EQ(canUnloadNow_(), S_OK);
@@ -218,14 +200,16 @@ TEST_F(ComServer, CoCreateInstanceGivesAWorkingKernelObject) {
 
 // ---- Registration -------------------------------------------------------
 
+// The class key's text, its in-process server (any case) and a REG_SZ "Both"
+// as its threading model, read directly.
 void ExpectRegistered(const char *classKey, const std::string &description,
                       const std::string &modulePath) {
-  std::string text;
-  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, classKey, "", &text));
-  EXPECT_EQ(text, description);
-  std::string server = std::string(classKey) + "\\InProcServer32";
-  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, server, "", &text));
-  EXPECT_EQ(lstrcmpiA(text.c_str(), modulePath.c_str()), 0) << text;
+  const std::string server = std::string(classKey) + "\\InProcServer32";
+  std::string text, path;
+  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, classKey, "", &text) && text == description)
+      << text;
+  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, server, "", &path) &&
+              lstrcmpiA(path.c_str(), modulePath.c_str()) == 0) << path;
   DWORD type = 0;
   std::vector<BYTE> data;
   ASSERT_TRUE(gvtest::ReadValue(HKEY_CLASSES_ROOT, server, "ThreadingModel", &type, &data));
