@@ -42,13 +42,12 @@ TEST(ListCreate, ClampsCountAndGrowthAndSizesSlots) {
   static_assert(sizeof(tGVLIST) == 76, "record size");
   const struct { int itemSize, initialCount, growth; DWORD options, slotSize; LONG capacity, step; }
       cases[] = {
-          {0, 0, 0, 0, 4, 16, 16},                 // defaults
-          {0, 20, 8, 0, 4, 24, 8},                 // capacity in whole steps
-          {0, 1, 1, 0, 4, 4, 4},                   // both raised to 4
-          {0, -5, -5, 0, 4, 16, 16},               // negatives read as defaults
-          {0, 16, 100000, 0, 4, 66560, 66560},     // growth clamped
-          {0, 66561, 66560, 0, 4, 133120, 66560},  // two steps
-          {123, 3, 5, 0, 4, 5, 5},                 // item size ignored unless inline
+          // Defaults; capacity in whole steps; both raised to 4; negatives read as defaults.
+          {0, 0, 0, 0, 4, 16, 16}, {0, 20, 8, 0, 4, 24, 8}, {0, 1, 1, 0, 4, 4, 4},
+          {0, -5, -5, 0, 4, 16, 16},
+          // Growth clamped; two steps; item size ignored unless inline.
+          {0, 16, 100000, 0, 4, 66560, 66560}, {0, 66561, 66560, 0, 4, 133120, 66560},
+          {123, 3, 5, 0, 4, 5, 5},
           {1, 4, 4, GVLIST_INLINE, 4, 4, 4},       {5, 4, 4, GVLIST_INLINE, 8, 4, 4},
           {8, 4, 4, GVLIST_INLINE, 8, 4, 4},       {513, 9, 4, GVLIST_INLINE, 516, 12, 4},
           {99, 4, 4, GVLIST_OWNITEMS, 4, 4, 4},
@@ -90,20 +89,6 @@ TEST(ListCreate, RefusalsClearTheHandle) {
   EXPECT_EQ(GvList_CreateEx(nullptr, 4, 0, 0, 0, nullptr, 0), E_FAIL);
 }
 
-TEST(ListIsList, DemandsExactSizeReadableMemoryAndSignature) {
-  tGVLIST *list = Plain({});
-  EXPECT_EQ(GvList_IsList(list, 76), TRUE);
-  EXPECT_EQ(GvList_IsList(list, 75), FALSE);
-  EXPECT_EQ(GvList_IsList(list, 77), FALSE);
-  EXPECT_EQ(GvList_IsList(nullptr, 76), FALSE);
-  EXPECT_EQ(GvList_IsList(reinterpret_cast<void *>(16), 76), FALSE);
-  BYTE fake[76] = {};
-  EXPECT_EQ(GvList_IsList(fake, 76), FALSE);
-  memcpy(fake + 36, "VORN", 4);
-  EXPECT_EQ(GvList_IsList(fake, 76), TRUE);
-  GvList_Destroy(list);
-}
-
 TEST(ListNullHandle, DestroyIsOkOtherCallsRefuse) {
   int index = 0x5a5a;
   char text[4] = "abc";
@@ -132,8 +117,17 @@ TEST(ListNullHandle, DestroyIsOkOtherCallsRefuse) {
   EXPECT_STREQ(text, "");
 }
 
-TEST(ListFields, UserDataIndexesAndFileAndLine) {
+TEST(ListFields, IsListUserDataIndexesAndFileAndLine) {
   tGVLIST *list = Plain({});
+  EXPECT_EQ(GvList_IsList(list, 76), TRUE);
+  EXPECT_EQ(GvList_IsList(list, 75), FALSE);
+  EXPECT_EQ(GvList_IsList(list, 77), FALSE);
+  EXPECT_EQ(GvList_IsList(nullptr, 76), FALSE);
+  EXPECT_EQ(GvList_IsList(reinterpret_cast<void *>(16), 76), FALSE);
+  BYTE fake[76] = {};
+  EXPECT_EQ(GvList_IsList(fake, 76), FALSE);
+  memcpy(fake + 36, "VORN", 4);
+  EXPECT_EQ(GvList_IsList(fake, 76), TRUE);
   EXPECT_EQ(GvList_GetUserData(list), 0);
   EXPECT_EQ(GvList_SetUserData(list, -7), 0);
   EXPECT_EQ(GvList_SetUserData(list, 42), -7);
@@ -257,11 +251,11 @@ TEST(ListInsert, InlineItemsAreCopiedWholeSlots) {
 TEST(ListDelete, RangesAndResults) {
   const Values all = {1, 2, 3, 4, 5};
   const struct { Values before; int index, count; HRESULT result; Values expected; } cases[] = {
-      {all, 0, 1, S_OK, {2, 3, 4, 5}},  {all, 1, 2, S_OK, {1, 4, 5}},    {all, 3, 10, S_OK, {1, 2, 3}},
-      {all, 2, -1, S_OK, {1, 2}},       {all, 4, -1, S_OK, {1, 2, 3, 4}}, {all, 5, 1, E_FAIL, all},
-      {all, -1, 1, E_FAIL, all},        {all, 7, 0, S_OK, all},           {all, -9, 0, S_OK, all},
-      {all, 9, -1, S_OK, all},          {all, -1, -1, E_FAIL, all},       {all, 0, -1, S_OK, {}},
-      {{}, 7, 0, S_OK, {}},             {{}, -1, 1, E_FAIL, {}},          {{}, 0, 1, E_FAIL, {}},
+      {all, 0, 1, S_OK, {2, 3, 4, 5}}, {all, 1, 2, S_OK, {1, 4, 5}}, {all, 3, 10, S_OK, {1, 2, 3}},
+      {all, 2, -1, S_OK, {1, 2}},      {all, 4, -1, S_OK, {1, 2, 3, 4}}, {all, 5, 1, E_FAIL, all},
+      {all, -1, 1, E_FAIL, all},       {all, 7, 0, S_OK, all},     {all, -9, 0, S_OK, all},
+      {all, 9, -1, S_OK, all},         {all, -1, -1, E_FAIL, all}, {all, 0, -1, S_OK, {}},
+      {{}, 7, 0, S_OK, {}},            {{}, -1, 1, E_FAIL, {}},    {{}, 0, 1, E_FAIL, {}},
   };
   FOR_EACH_CASE(cases) {
     tGVLIST *list = Plain(c.before);

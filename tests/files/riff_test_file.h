@@ -80,39 +80,29 @@ class TempFile {
                     uint64_t at = 0) {
     char dir[MAX_PATH], name[MAX_PATH];
     GetTempPathA(MAX_PATH, dir);
-    GetTempFileNameA(dir, "gvr", 0, name);
+    GetTempFileNameA(dir, "gvr", 0, name);  // creates the file, empty
     path_ = name;
-    Put(contents);
+    HANDLE h = Open(GENERIC_WRITE);
+    DWORD n = 0;
+    if (!contents.empty()) WriteFile(h, contents.data(), static_cast<DWORD>(contents.size()), &n, 0);
+    CloseHandle(h);
     handle_ = Open(access);
     Seek(at);
   }
   ~TempFile() {
-    Close();
+    CloseHandle(handle_);
     DeleteFileA(path_.c_str());
   }
   TempFile(const TempFile &) = delete;
   TempFile &operator=(const TempFile &) = delete;
 
   HANDLE handle() const { return handle_; }
-
-  // Offset of the file pointer (64 bits).
-  uint64_t Pos() const {
-    LARGE_INTEGER zero, at;
-    zero.QuadPart = 0;
-    at.QuadPart = -1;
-    SetFilePointerEx(handle_, zero, &at, FILE_CURRENT);
-    return static_cast<uint64_t>(at.QuadPart);
-  }
-  void Seek(uint64_t offset) const {
-    LARGE_INTEGER d;
-    d.QuadPart = static_cast<LONGLONG>(offset);
-    SetFilePointerEx(handle_, d, nullptr, FILE_BEGIN);
-  }
+  uint64_t Pos() const { return Move(0, FILE_CURRENT); }  // 64-bit offset of the file pointer
+  void Seek(uint64_t offset) const { Move(offset, FILE_BEGIN); }
 
   // The bytes on disk, read through a separate handle.
   Bytes OnDisk() const {
-    HANDLE h = CreateFileA(path_.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                           nullptr, OPEN_EXISTING, 0, nullptr);
+    HANDLE h = Open(GENERIC_READ);
     Bytes b;
     if (h == INVALID_HANDLE_VALUE) return b;
     b.resize(GetFileSize(h, nullptr));
@@ -128,15 +118,12 @@ class TempFile {
     return CreateFileA(path_.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   }
-  void Put(const Bytes &contents) const {
-    HANDLE h = CreateFileA(path_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                           FILE_ATTRIBUTE_NORMAL, nullptr);
-    DWORD n = 0;
-    if (!contents.empty()) WriteFile(h, contents.data(), static_cast<DWORD>(contents.size()), &n, nullptr);
-    CloseHandle(h);
-  }
-  void Close() {
-    if (handle_ != INVALID_HANDLE_VALUE) CloseHandle(handle_);
+  uint64_t Move(uint64_t by, DWORD method) const {
+    LARGE_INTEGER d, at;
+    d.QuadPart = static_cast<LONGLONG>(by);
+    at.QuadPart = -1;
+    SetFilePointerEx(handle_, d, &at, method);
+    return static_cast<uint64_t>(at.QuadPart);
   }
 
   std::string path_;
