@@ -45,7 +45,9 @@ std::string Stored(HKEY root, const std::string &path, const char *name) {
 std::string Typed(DWORD type, const std::string &bytes) {
   return std::to_string(type) + ":" + bytes;
 }
-std::string Dword(DWORD v) { return Typed(REG_DWORD, std::string(reinterpret_cast<char *>(&v), 4)); }
+std::string Dword(DWORD v) {
+  return Typed(REG_DWORD, std::string(reinterpret_cast<char *>(&v), 4));
+}
 bool ValueExists(HKEY root, const std::string &path, const char *name) {
   return Stored(root, path, name) != "-";
 }
@@ -77,7 +79,9 @@ void ExpectBinary(HGVMETRIC h, int id, DWORD size, DWORD result, const std::stri
 void ExpectText(HGVMETRIC h, int id, DWORD size, const char *def, BOOL keepEmpty, int result,
                 const std::string &text) {
   ExpectFilled(
-      [&](char *b, DWORD n) { EXPECT_EQ(GvGetMetricStringEx(h, id, b, n, def, keepEmpty), result); },
+      [&](char *b, DWORD n) {
+        EXPECT_EQ(GvGetMetricStringEx(h, id, b, n, def, keepEmpty), result);
+      },
       size, text, 0xAA);
 }
 
@@ -105,7 +109,8 @@ class Metrics : public testing::Test {
 
 TEST_F(Metrics, OpenCreatesThePathFromMajorMinorAndSubKeyInBothHives) {
   EXPECT_TRUE(gvtest::KeyExists(kUser, path_) && gvtest::KeyExists(kMachine, path_));
-  const struct { DWORD version; const char *subKey, *tail; } cases[] = {{0x01000000, nullptr, "\\1.0\\Metrics"},
+  const struct { DWORD version; const char *subKey, *tail; } cases[] = {
+      {0x01000000, nullptr, "\\1.0\\Metrics"},
                {0x0A0BFFFF, nullptr, "\\10.11\\Metrics"},
                {0xFFFE0000, nullptr, "\\255.254\\Metrics"},
                {0x00000000, "Section", "\\0.0\\Metrics\\Section"},
@@ -238,7 +243,8 @@ TEST_F(Metrics, GetMetricBoolFoldsToZeroOrOne) {
   WriteDword(kUser, path_, "1", 5);
   WriteDword(kUser, path_, "2", 0);
   WriteDword(kMachine, path_, "3", 0x80000000);
-  const struct { int id, def, expected; } cases[] = {{1, 0, 1}, {2, 1, 0}, {-3, 0, 1}, {9, 7, 1}, {9, 0, 0}, {9, -3, 1}};
+  const struct { int id, def, expected; } cases[] = {
+      {1, 0, 1}, {2, 1, 0}, {-3, 0, 1}, {9, 7, 1}, {9, 0, 0}, {9, -3, 1}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)
     EXPECT_EQ(GvGetMetricBool(h_, cases[i].id, cases[i].def), cases[i].expected) << "case " << i;
 }
@@ -250,7 +256,8 @@ TEST_F(Metrics, BinaryReadsWholeBlocksOfItsOwnTypeAndZeroesTheRest) {
   ASSERT_EQ(GvSetMetricBinary(h_, 12, block.data(), 5), S_OK);
   WriteRaw(kUser, path_, "B1", REG_SZ, "abc", 4);
   WriteDword(kUser, path_, "B2", 7);
-  const struct { int id; DWORD size, expected; } cases[] = {{12, 8, 5}, {12, 5, 5}, {12, 4, 0}, {12, 1, 0},  // too large: nothing
+  const struct { int id; DWORD size, expected; } cases[] = {
+      {12, 8, 5}, {12, 5, 5}, {12, 4, 0}, {12, 1, 0},  // too large: nothing
                {1, 6, 0},  {2, 6, 0},  {3, 6, 0},  {-1, 6, 0}};  // other type, missing
   for (const auto &c : cases) {
     SCOPED_TRACE(testing::Message() << "id " << c.id << " buffer " << c.size);
@@ -270,8 +277,14 @@ TEST_F(Metrics, GetMetricStringExFallsBackAsDocumented) {
   EXPECT_EQ(Stored(kUser, path_, "S2"), Typed(REG_SZ, std::string(1, '\0')));
   WriteRaw(kUser, path_, "S3", REG_EXPAND_SZ, "%x%", 4);
   WriteRaw(kUser, path_, "S4", REG_SZ, "abcd", 4);  // unterminated
-  const struct { int id; DWORD size; const char *def; BOOL keepEmpty; int result; const char *text; }
-      cases[] = {
+  const struct {
+    int id;
+    DWORD size;
+    const char *def;
+    BOOL keepEmpty;
+    int result;
+    const char *text;
+  } cases[] = {
       {1, 16, "dflt", FALSE, 5, "hello"},
       {1, 6, "dflt", FALSE, 5, "hello"},      // just fits with its terminator
       {1, 5, "xy", TRUE, 2, "xy"},            // too long for the buffer: the default
@@ -301,7 +314,8 @@ TEST_F(Metrics, ExistenceNeedsNameAndTypeAndDeletionTakesOnlyThatValue) {
   GvSetMetric(h_, 12, 1);
   GvSetMetricString(h_, 12, "keep");
   WriteRaw(kUser, path_, "S13", REG_BINARY, "x", 1);
-  const struct { int id; DWORD type; HRESULT expected; } cases[] = {{12, REG_DWORD, S_OK},     {12, REG_BINARY, S_FALSE}, {-12, REG_DWORD, S_FALSE},
+  const struct { int id; DWORD type; HRESULT expected; } cases[] = {
+      {12, REG_DWORD, S_OK},     {12, REG_BINARY, S_FALSE}, {-12, REG_DWORD, S_FALSE},
                {13, REG_SZ, S_FALSE},     {13, REG_BINARY, S_FALSE}, {14, REG_DWORD, S_FALSE}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)
     EXPECT_EQ(GvDoesMetricExist(h_, cases[i].id, cases[i].type), cases[i].expected) << i;

@@ -104,7 +104,8 @@ class Mru : public testing::Test {
 
 TEST_F(Mru, CapacityDefaultsToFifteenIsStoredAsIsAndReadClampedTo0To300) {
   EXPECT_EQ(GvGetMRUNum(List()), 15);
-  const struct { int set, get; } cases[] = {{5, 5}, {0, 0}, {1, 1}, {300, 300}, {301, 300}, {1000000, 300}, {-4, 0}};
+  const struct { int set, get; } cases[] = {
+      {5, 5}, {0, 0}, {1, 1}, {300, 300}, {301, 300}, {1000000, 300}, {-4, 0}};
   for (const auto &c : cases) {
     SCOPED_TRACE(testing::Message() << "capacity " << c.set);
     EXPECT_EQ(GvSetMRUNum(List(), c.set), S_OK);
@@ -162,7 +163,8 @@ TEST_F(Mru, LoadReturnsNamesInOrderUpToTheMaximumButAlwaysOne) {
   EXPECT_TRUE(Load(10).empty());
   ListOf(4, {"c", "b", "a"});
   const struct { int maxCount; Names names; } cases[] = {  // the maximum is tested after a store
-      {10, {"a", "b", "c"}}, {3, {"a", "b", "c"}}, {2, {"a", "b"}}, {1, {"a"}}, {0, {"a"}}, {-1, {"a"}}};
+      {10, {"a", "b", "c"}}, {3, {"a", "b", "c"}}, {2, {"a", "b"}},
+      {1, {"a"}}, {0, {"a"}}, {-1, {"a"}}};
   for (const auto &c : cases) EXPECT_EQ(Load(c.maxCount), c.names) << "maximum " << c.maxCount;
 }
 
@@ -186,7 +188,8 @@ TEST_F(Mru, DataIsWrittenToTheSlotOfAListedNameAndStaysWithThatSlot) {
   EXPECT_FALSE(HasValue("B2500") || HasValue("B2502"));
 
   Add({"c"});  // [c, a, b]: slot 1 now holds "a"
-  const struct { const char *name; DWORD size, read; } cases[] = {{"a", 10, 6}, {"a", 6, 6}, {"a", 5, 0}, {"b", 10, 0}, {"c", 10, 0}};
+  const struct { const char *name; DWORD size, read; } cases[] = {
+      {"a", 10, 6}, {"a", 6, 6}, {"a", 5, 0}, {"b", 10, 0}, {"c", 10, 0}};
   for (const auto &c : cases) {
     SCOPED_TRACE(testing::Message() << c.name << " into " << c.size);
     BYTE buffer[12];
@@ -204,7 +207,8 @@ TEST_F(Mru, DataSizeOfAListedNameIsAllOnes) {
   ASSERT_EQ(GvSetMRUNamesData(List(), "a", "12345", 5), S_OK);
   DWORD negative = 0xFFFFFFF0;
   WriteRaw("3002", REG_DWORD, &negative, sizeof negative);
-  const struct { const char *name; DWORD size; } cases[] = {{"a", 0xFFFFFFFF},  // stored 5, clamped to the maximum -1
+  const struct { const char *name; DWORD size; } cases[] = {
+      {"a", 0xFFFFFFFF},  // stored 5, clamped to the maximum -1
                {"b", 0xFFFFFFFF},  // no size stored: the default 0, clamped the same way
                {"c", 0},           // a negative stored size is clamped to the minimum
                {"zzz", 0}};        // not listed

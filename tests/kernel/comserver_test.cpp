@@ -85,7 +85,7 @@ TEST_F(ComServer, ClassObjectAnswersPerClassAndInterface) {
   EXPECT_EQ(getClassObject_(kClsidTalc, IID_IClassFactory, nullptr), E_INVALIDARG);
 }
 
-TEST_F(ComServer, EachFactoryIsNewStartsAtOneAndCountsExactly) {
+TEST_F(ComServer, EachFactoryIsNewCountsExactlyAndRefusesWhatItCannotMake) {
   IClassFactory *f = Factory(), *g = Factory();
   ASSERT_TRUE(f && g);
   EXPECT_NE(f, g);
@@ -102,27 +102,23 @@ TEST_F(ComServer, EachFactoryIsNewStartsAtOneAndCountsExactly) {
   EXPECT_EQ(f->QueryInterface(kIidKernel, &p), E_NOINTERFACE);
   EXPECT_EQ(p, nullptr);
   EXPECT_EQ(f->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
-  for (ULONG count : {2u, 1u, 0u}) EXPECT_EQ(f->Release(), count);
-}
 
-// ---- CreateInstance ----------------------------------------------------
-
-TEST_F(ComServer, CreateInstanceRefusesAggregationOtherInterfacesAndNullSlots) {
-  IClassFactory *f = Factory();
-  ASSERT_NE(f, nullptr);
   Outer outer;
-  const struct { IUnknown *outer; const IID *iid; HRESULT result; } cases[] = {{&outer, &kIidKernel, CLASS_E_NOAGGREGATION},
-               {nullptr, &IID_IStream, E_NOINTERFACE},
-               {nullptr, &IID_IClassFactory, E_NOINTERFACE}};
+  const struct { IUnknown *outer; const IID *iid; HRESULT result; } cases[] = {
+      {&outer, &kIidKernel, CLASS_E_NOAGGREGATION},
+      {nullptr, &IID_IStream, E_NOINTERFACE},
+      {nullptr, &IID_IClassFactory, E_NOINTERFACE}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    void *p = kSentinel;
+    p = kSentinel;
     EXPECT_EQ(f->CreateInstance(cases[i].outer, *cases[i].iid, &p), cases[i].result) << i;
     EXPECT_EQ(p, nullptr) << i;
   }
   EXPECT_EQ(f->CreateInstance(nullptr, kIidKernel, nullptr), E_INVALIDARG);
   EXPECT_EQ(canUnloadNow_(), S_OK);
-  EXPECT_EQ(f->Release(), 0u);
+  for (ULONG count : {2u, 1u, 0u}) EXPECT_EQ(f->Release(), count);
 }
+
+// ---- CreateInstance ----------------------------------------------------
 
 // For IUnknown and IGVKernel, and aggregated for IUnknown: the kernel object,
 // not the graph builder, holding the server while it lives.
@@ -130,7 +126,8 @@ TEST_F(ComServer, CreateInstanceMakesTheKernelObject) {
   IClassFactory *f = Factory();
   ASSERT_NE(f, nullptr);
   Outer outer;
-  const struct { IUnknown *outer; const IID *iid; } asks[] = {{nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
+  const struct { IUnknown *outer; const IID *iid; } asks[] = {
+      {nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
   for (size_t i = 0; i < 3; ++i) {
     SCOPED_TRACE(i);
     void *p = nullptr, *kernel = nullptr, *graph = kSentinel;
@@ -233,7 +230,8 @@ DWORD RunAndWait(std::string command) {
   if (nul != INVALID_HANDLE_VALUE) CloseHandle(nul);
   if (!started) return 0xFFFFFFFF;
   DWORD code = 0xFFFFFFFE;
-  if (WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0) GetExitCodeProcess(pi.hProcess, &code);
+  if (WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0)
+    GetExitCodeProcess(pi.hProcess, &code);
   CloseHandle(pi.hThread);
   CloseHandle(pi.hProcess);
   return code;
@@ -272,8 +270,8 @@ TEST_F(ComServer, RegisterServerServesClientClassesToo) {
   ExpectRegistered(key, "Client Class", exePath);
   // A subkey of the client's own goes with the class key.
   HKEY extra;
-  ASSERT_EQ(RegCreateKeyA(HKEY_CLASSES_ROOT, (std::string(key) + "\\ProgID\\deeper").c_str(), &extra),
-            ERROR_SUCCESS);
+  const std::string deeper = std::string(key) + "\\ProgID\\deeper";
+  ASSERT_EQ(RegCreateKeyA(HKEY_CLASSES_ROOT, deeper.c_str(), &extra), ERROR_SUCCESS);
   RegCloseKey(extra);
   EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK);
   EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));

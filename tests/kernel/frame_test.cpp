@@ -100,7 +100,8 @@ std::string RunAsPlatform(const char *version) {
     RegCloseKey(key);
   }
   std::string report;
-  if (CopyFileA(exe.c_str(), copy.c_str(), FALSE)) report = RunChild(copy, "\"" + copy + "\"", version);
+  if (CopyFileA(exe.c_str(), copy.c_str(), FALSE))
+    report = RunChild(copy, "\"" + copy + "\"", version);
   RegDeleteKeyA(HKEY_CURRENT_USER, settings.c_str());
   DeleteFileA(copy.c_str());
   return report;
@@ -251,7 +252,8 @@ TEST(UserPrefChanges, PassesEveryMessageOnToTheDefaultProcedure) {
   ASSERT_NE(window, nullptr);
   EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_GETTEXTLENGTH, 0, 0), 4);
   char text[8] = "";
-  EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text)), 4);
+  EXPECT_EQ(
+      GvKernel_UserPrefChanges(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text)), 4);
   EXPECT_STREQ(text, "four");
   EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_SYSCOLORCHANGE, 0, 0),
             DefWindowProcA(window, WM_SYSCOLORCHANGE, 0, 0));

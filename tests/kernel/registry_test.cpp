@@ -43,7 +43,8 @@ class RegistryHelpers : public testing::Test {
 
 TEST_F(RegistryHelpers, SubKeyCountGivesCountAndLongestNamePlusOne) {
   const struct { std::vector<std::string> children; DWORD count, bufferSize; } cases[] = {
-      {{}, 0, 1}, {{"a"}, 1, 2}, {{"a", "bbbbb", "cc"}, 3, 6}, {{std::string(120, 'k'), "x"}, 2, 121}};
+      {{}, 0, 1}, {{"a"}, 1, 2}, {{"a", "bbbbb", "cc"}, 3, 6},
+      {{std::string(120, 'k'), "x"}, 2, 121}};
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
     SCOPED_TRACE(i);
     std::string parent = root_ + "\\case" + std::to_string(i);
@@ -73,7 +74,8 @@ TEST_F(RegistryHelpers, DeleteKeyRemovesWholeTreesAndNothingElse) {
   for (int i = 0; i < 40; ++i) {
     std::string sibling = target + "\\s" + std::to_string(i);
     for (int j = 0; j < 6; ++j)
-      ASSERT_TRUE(Create(sibling + "\\c" + std::to_string(j / 2) + "\\g" + std::to_string(j % 2), "v"));
+      ASSERT_TRUE(Create(sibling + "\\c" + std::to_string(j / 2) + "\\g" + std::to_string(j % 2),
+                         "v"));
     ASSERT_TRUE(Create(sibling, "v"));
   }
   ASSERT_EQ(GvRegGetSubKeyCount(HKEY_CURRENT_USER, target.c_str(), nullptr), 40u);
