@@ -111,10 +111,10 @@ TEST_F(Metrics, OpenCreatesThePathFromMajorMinorAndSubKeyInBothHives) {
   EXPECT_TRUE(gvtest::KeyExists(kUser, path_) && gvtest::KeyExists(kMachine, path_));
   const struct { DWORD version; const char *subKey, *tail; } cases[] = {
       {0x01000000, nullptr, "\\1.0\\Metrics"},
-               {0x0A0BFFFF, nullptr, "\\10.11\\Metrics"},
-               {0xFFFE0000, nullptr, "\\255.254\\Metrics"},
-               {0x00000000, "Section", "\\0.0\\Metrics\\Section"},
-               {0x02030000, "Deep\\Er", "\\2.3\\Metrics\\Deep\\Er"}};
+      {0x0A0BFFFF, nullptr, "\\10.11\\Metrics"},
+      {0xFFFE0000, nullptr, "\\255.254\\Metrics"},
+      {0x00000000, "Section", "\\0.0\\Metrics\\Section"},
+      {0x02030000, "Deep\\Er", "\\2.3\\Metrics\\Deep\\Er"}};
   for (const auto &c : cases) {
     SCOPED_TRACE(c.tail);
     HGVMETRIC h = reinterpret_cast<HGVMETRIC>(0xdeadbeef);
@@ -216,10 +216,11 @@ TEST_F(Metrics, GetMetricIsTheStoredFourByteDwordOrZero) {
   EXPECT_EQ(GvGetMetric(h_, -6), 66u);
 }
 
-TEST_F(Metrics, GetMetricExClampsSignedUnlessTheBoundsAreEqual) {
+TEST_F(Metrics, GetMetricExClampsSignedAndGetMetricBoolFoldsToZeroOrOne) {
   const DWORD stored[] = {3, 0, 0xFFFFFFF6 /* -10 */, 0x80000000, 200};
   for (int i = 0; i < 5; ++i) WriteDword(kUser, path_, std::to_string(i + 1).c_str(), stored[i]);
   WriteRaw(kUser, path_, "6", REG_SZ, "42", 3);
+  WriteDword(kMachine, path_, "2", 0x80000000);  // the user's is 0
   const struct { int id, minimum, maximum, def, expected; } cases[] = {
       {7, 5, 5, 99, 99},     // nothing stored, equal bounds: the default as it is
       {7, 1, 48, 99, 48},    // nothing stored: the default clamped
@@ -232,21 +233,16 @@ TEST_F(Metrics, GetMetricExClampsSignedUnlessTheBoundsAreEqual) {
       {5, 300, 1, 0, 300},   // crossed bounds: the minimum is tested first
       {6, 0, 100, 50, 50},   // another type reads as the default
       {-1, 0, 100, 60, 60},  // the machine-wide value of that name is missing
+      {-2, 0, 0, 0, INT_MIN},  // the machine-wide value, not the user's
   };
   for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
     const auto &c = cases[i];
     EXPECT_EQ(GvGetMetricEx(h_, c.id, c.minimum, c.maximum, c.def), c.expected) << "case " << i;
   }
-}
-
-TEST_F(Metrics, GetMetricBoolFoldsToZeroOrOne) {
-  WriteDword(kUser, path_, "1", 5);
-  WriteDword(kUser, path_, "2", 0);
-  WriteDword(kMachine, path_, "3", 0x80000000);
-  const struct { int id, def, expected; } cases[] = {
-      {1, 0, 1}, {2, 1, 0}, {-3, 0, 1}, {9, 7, 1}, {9, 0, 0}, {9, -3, 1}};
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)
-    EXPECT_EQ(GvGetMetricBool(h_, cases[i].id, cases[i].def), cases[i].expected) << "case " << i;
+  const struct { int id, def, expected; } bools[] = {
+      {1, 0, 1}, {2, 1, 0}, {-2, 0, 1}, {9, 7, 1}, {9, 0, 0}, {9, -3, 1}};
+  for (size_t i = 0; i < sizeof bools / sizeof bools[0]; ++i)
+    EXPECT_EQ(GvGetMetricBool(h_, bools[i].id, bools[i].def), bools[i].expected) << "bool " << i;
 }
 
 // ---- Blocks and texts ---------------------------------------------------
