@@ -144,7 +144,10 @@ TEST_F(Metrics, DeleteAllRemovesTheMetricsTreeOfOneVersionInBothHives) {
   HGVMETRIC sub = nullptr, other = nullptr;
   ASSERT_EQ(GvMetric_Open(&sub, app_.c_str(), kVersion, "Sub\\Deeper"), S_OK);
   ASSERT_EQ(GvMetric_Open(&other, app_.c_str(), 0x02040000, nullptr), S_OK);
-  for (int id : {5, -5}) GvSetMetric(h_, id, 1), GvSetMetricString(sub, id, "x");
+  for (int id : {5, -5}) {
+    GvSetMetric(h_, id, 1);
+    GvSetMetricString(sub, id, "x");
+  }
   GvSetMetric(other, 7, 77);
   GvMetric_Close(sub);
   EXPECT_EQ(GvMetric_DeleteAll(app_.c_str(), kVersion), 0);
