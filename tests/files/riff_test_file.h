@@ -84,7 +84,8 @@ class TempFile {
     path_ = name;
     HANDLE h = Open(GENERIC_WRITE);
     DWORD n = 0;
-    if (!contents.empty()) WriteFile(h, contents.data(), static_cast<DWORD>(contents.size()), &n, 0);
+    if (!contents.empty())
+      WriteFile(h, contents.data(), static_cast<DWORD>(contents.size()), &n, nullptr);
     CloseHandle(h);
     handle_ = Open(access);
     Seek(at);
