@@ -74,7 +74,7 @@ const Case kCases[] = {
     {"end $5", Args(), "end %5"},
     {"%5.2", Args(), "%5.2"},
     // 'o' does not end a specification: the octal conversion runs on to the
-    // 'i' of "items" and prints the rest of the specification with it.
+    // 'i' of "items" and prints the rest of the conversion text with it.
     {"%o items", Args().I(8), "10 items"},
     {"%o%%x", Args().I(9), "11%x"},
     {"%5n d", Args().I(3), "%5n d"},
@@ -141,7 +141,7 @@ TEST(Formatter, UnterminatedSpecificationStopsAt260Characters) {
   std::string out = Format(format.c_str(), Args().I(5));
   // 260 characters are copied as they stand, then the rest is plain text.
   EXPECT_EQ(out, format);
-  // An ending character at position 260 still completes the specification.
+  // An ending character at position 260 still completes the conversion.
   std::string edge = "%" + std::string(258, '0') + "d|";
   EXPECT_EQ(Format(edge.c_str(), Args().I(5)), "5|");
   std::string over = "%" + std::string(259, '0') + "d|";
