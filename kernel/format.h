@@ -35,4 +35,9 @@ void RegisterSeparatorTokens();
 // Loads string resource `id` for `language` into buffer; "" when missing.
 void LoadFormatString(HANDLE language, UINT id, char *buffer, int size);
 
+// The text an ...Id wrapper shows: string `id` formatted with `args`, always
+// in `buffer`.
+const char *WrapperTextFromId(char (&buffer)[kWrapperBufferSize], HANDLE language, UINT id,
+                              va_list args);
+
 }  // namespace gv

@@ -206,12 +206,10 @@ GVAPIV(int) GvMsgBox(HWND owner, UINT style, LPCSTR format, ...) {
 }
 
 GVAPIV(int) GvMsgBoxId(HANDLE language, HWND owner, UINT style, UINT stringId, ...) {
-  char format[gv::kWrapperBufferSize];
-  gv::LoadFormatString(language, stringId, format, sizeof format);
   char buffer[gv::kWrapperBufferSize];
   va_list args;
   va_start(args, stringId);
-  const char *text = gv::WrapperText(buffer, format, args);
+  const char *text = gv::WrapperTextFromId(buffer, language, stringId, args);
   va_end(args);
   return GvMessageBox(owner, text, nullptr, style);
 }

@@ -109,6 +109,15 @@ T Checked(T value, const char *stop, T def, T minimum, T maximum, LPSTR *end) {
   return value;
 }
 
+// A parse export followed by the default and clamping of its checked twin.
+template <typename T>
+T CheckedParse(T(WINAPI *parse)(LPCSTR, LPSTR *), LPCSTR text, T def, T minimum, T maximum,
+               LPSTR *end) {
+  LPSTR stop;
+  T v = parse(text, &stop);
+  return Checked(v, stop, def, minimum, maximum, end);
+}
+
 const char kEmpty[] = "";
 const char *Text(LPCSTR text) { return text ? text : kEmpty; }
 
@@ -144,49 +153,35 @@ GVAPI(double) GvAsciiToDoubleToken(LPCSTR text, LPSTR *end) {
 
 GVAPI(DWORD) GvAsciiToDWordTokenEx(LPCSTR text, DWORD def, DWORD minimum, DWORD maximum,
                                    LPSTR *end) {
-  LPSTR stop;
-  DWORD v = GvAsciiToDWordToken(text, &stop);
-  return Checked(v, stop, def, minimum, maximum, end);
+  return CheckedParse(GvAsciiToDWordToken, text, def, minimum, maximum, end);
 }
 
 GVAPI(ULONGLONG) GvAsciiToDWordLongTokenEx(LPCSTR text, ULONGLONG def, ULONGLONG minimum,
                                            ULONGLONG maximum, LPSTR *end) {
-  LPSTR stop;
-  ULONGLONG v = GvAsciiToDWordLongToken(text, &stop);
-  return Checked(v, stop, def, minimum, maximum, end);
+  return CheckedParse(GvAsciiToDWordLongToken, text, def, minimum, maximum, end);
 }
 
 GVAPI(LONG) GvAsciiToLongTokenEx(LPCSTR text, LONG def, LONG minimum, LONG maximum,
                                  LPSTR *end) {
-  LPSTR stop;
-  LONG v = GvAsciiToLongToken(text, &stop);
-  return Checked(v, stop, def, minimum, maximum, end);
+  return CheckedParse(GvAsciiToLongToken, text, def, minimum, maximum, end);
 }
 
 GVAPI(LONGLONG) GvAsciiToLongLongTokenEx(LPCSTR text, LONGLONG def, LONGLONG minimum,
                                          LONGLONG maximum, LPSTR *end) {
-  LPSTR stop;
-  LONGLONG v = GvAsciiToLongLongToken(text, &stop);
-  return Checked(v, stop, def, minimum, maximum, end);
+  return CheckedParse(GvAsciiToLongLongToken, text, def, minimum, maximum, end);
 }
 
 GVAPI(DWORD) GvHexToDWordTokenEx(LPCSTR text, DWORD def, DWORD minimum, DWORD maximum,
                                  LPSTR *end) {
-  LPSTR stop;
-  DWORD v = GvHexToDWordToken(text, &stop);
-  return Checked(v, stop, def, minimum, maximum, end);
+  return CheckedParse(GvHexToDWordToken, text, def, minimum, maximum, end);
 }
 
 GVAPI(ULONGLONG) GvHexToDWordLongTokenEx(LPCSTR text, ULONGLONG def, ULONGLONG minimum,
                                          ULONGLONG maximum, LPSTR *end) {
-  LPSTR stop;
-  ULONGLONG v = GvHexToDWordLongToken(text, &stop);
-  return Checked(v, stop, def, minimum, maximum, end);
+  return CheckedParse(GvHexToDWordLongToken, text, def, minimum, maximum, end);
 }
 
 GVAPI(double) GvAsciiToDoubleTokenEx(LPCSTR text, double def, double minimum, double maximum,
                                      LPSTR *end) {
-  LPSTR stop;
-  double v = GvAsciiToDoubleToken(text, &stop);
-  return Checked(v, stop, def, minimum, maximum, end);
+  return CheckedParse(GvAsciiToDoubleToken, text, def, minimum, maximum, end);
 }

@@ -10,4 +10,14 @@ void LoadFormatString(HANDLE /*language*/, UINT id, char *buffer, int size) {
   if (LoadStringA(g_frame.module, id, buffer, size) <= 0) buffer[0] = '\0';
 }
 
+const char *WrapperTextFromId(char (&buffer)[kWrapperBufferSize], HANDLE language, UINT id,
+                              va_list args) {
+  char format[kWrapperBufferSize];
+  LoadFormatString(language, id, format, sizeof format);
+  const char *text = WrapperText(buffer, format, args);
+  if (text != format) return text;
+  lstrcpynA(buffer, format, sizeof buffer);  // the local format goes out of scope
+  return buffer;
+}
+
 }  // namespace gv

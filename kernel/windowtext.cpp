@@ -25,12 +25,10 @@ GVAPIV(int) GvSetWindowText(HWND window, LPCSTR format, ...) {
 }
 
 GVAPIV(int) GvSetWindowTextId(HANDLE language, HWND window, UINT stringId, ...) {
-  char format[gv::kWrapperBufferSize];
-  gv::LoadFormatString(language, stringId, format, sizeof format);
   char buffer[gv::kWrapperBufferSize];
   va_list args;
   va_start(args, stringId);
-  const char *text = gv::WrapperText(buffer, format, args);
+  const char *text = gv::WrapperTextFromId(buffer, language, stringId, args);
   va_end(args);
   return SetText(window, text);
 }
@@ -45,12 +43,10 @@ GVAPIV(int) GvSetDlgItemText(HWND dialog, int itemId, LPCSTR format, ...) {
 }
 
 GVAPIV(int) GvSetDlgItemTextId(HANDLE language, HWND dialog, int itemId, UINT stringId, ...) {
-  char format[gv::kWrapperBufferSize];
-  gv::LoadFormatString(language, stringId, format, sizeof format);
   char buffer[gv::kWrapperBufferSize];
   va_list args;
   va_start(args, stringId);
-  const char *text = gv::WrapperText(buffer, format, args);
+  const char *text = gv::WrapperTextFromId(buffer, language, stringId, args);
   va_end(args);
   return SetItemText(dialog, itemId, text);
 }
