@@ -2,20 +2,10 @@
 // grouping and a token, plain integer and real printing, and parsing.
 #include <cstdio>
 
+#include "bench/bench_clock.h"
 #include "gvtalc.h"
 
 namespace {
-
-double Seconds() {
-  static LARGE_INTEGER frequency = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER now;
-  QueryPerformanceCounter(&now);
-  return (double)now.QuadPart / (double)frequency.QuadPart;
-}
 
 void Report(const char *what, int count, double seconds) {
   std::printf("%-44s %8.0f ns/call  (%d calls)\n", what, seconds * 1e9 / count, count);

@@ -3,20 +3,10 @@
 #include <cstdio>
 #include <vector>
 
+#include "bench/bench_clock.h"
 #include "gvtalc.h"
 
 namespace {
-
-double Seconds() {
-  static LARGE_INTEGER frequency = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER now;
-  QueryPerformanceCounter(&now);
-  return (double)now.QuadPart / (double)frequency.QuadPart;
-}
 
 int CALLBACK CompareInline(DWORD, const void *key, const void *item) {
   DWORD k = (DWORD)(UINT_PTR)key, v = *(const DWORD *)item;
