@@ -1,6 +1,6 @@
 // Internal operations that are not exported, so their sources are compiled
 // into this test: the attributes-record operations the audio stream uses,
-// and the agreement of the SSE2 and AVX2 forms of the general rule.
+// and the agreement of the SSE2 and AVX2 forms of the rules.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -132,6 +132,51 @@ template <size_t... I> void CompareAllGeneralPaths(std::index_sequence<I...>) {
 TEST(ConverterPaths, Avx2AndSse2GeneralRulesGiveIdenticalBytes) {
   if (!HasAvx2()) GTEST_SKIP() << "no AVX2 on this processor";
   CompareAllGeneralPaths(std::make_index_sequence<64>{});
+}
+
+// The gain-1.0 rule of pairs with packed 24-bit samples: the SSE2 loop and
+// the AVX2 loop with byte shuffles give the same bytes, in place and not.
+template <size_t I> void CompareFastPaths(bool inPlace) {
+  using D = SampleType<kComputableTypes[I / 8]>;
+  using S = SampleType<kComputableTypes[I % 8]>;
+  if constexpr (kPacked24Pair<D, S>) {
+    SCOPED_TRACE(::testing::Message() << "dst 0x" << std::hex << D::kCode << " src 0x"
+                                      << S::kCode << (inPlace ? " in place" : ""));
+    const DWORD n = inPlace ? 263 : 1031;
+    const size_t width = std::max(D::kBytes, S::kBytes);
+    std::mt19937 rng{static_cast<unsigned>(I)};
+    std::vector<u8> src(n * width);
+    for (auto &b : src) b = u8(rng());
+    if constexpr (kIsFloat<S>) {  // in range, clipping, full scale and NaN
+      const double specials[] = {0.0, -0.0, 1.0, -1.0, 1e300, -1e300, 0.99999994, -0.5};
+      for (DWORD i = 0; i < n; ++i) {
+        double v = (i < 8) ? specials[i] : int(rng() % 40001 - 20000) / 16000.0;
+        WriteFloat<S>(&src[i * S::kBytes], typename S::Value(v));
+      }
+      std::memset(&src[9 * S::kBytes], 0xFF, S::kBytes);
+    }
+    std::vector<u8> a(n * width + 16, 0xA5), b = a;
+    if (inPlace) {
+      std::copy(src.begin(), src.begin() + n * S::kBytes, a.begin());
+      std::copy(src.begin(), src.begin() + n * S::kBytes, b.begin());
+      Run<D, S>(a.data(), a.data(), n, FastRule<D, S>{});
+      RunAvx2<D, S>(b.data(), b.data(), n, FastRuleAvx2<D, S>{});
+    } else {
+      Run<D, S>(a.data(), src.data(), n, FastRule<D, S>{});
+      RunAvx2<D, S>(b.data(), src.data(), n, FastRuleAvx2<D, S>{});
+    }
+    for (size_t i = 0; i < a.size(); ++i) ASSERT_EQ(a[i], b[i]) << "byte " << i;
+  }
+}
+
+template <size_t... I> void CompareAllFastPaths(std::index_sequence<I...>) {
+  (CompareFastPaths<I>(false), ...);
+  (CompareFastPaths<I>(true), ...);
+}
+
+TEST(ConverterPaths, ShuffledPacked24AndSse2UnityRulesGiveIdenticalBytes) {
+  if (!HasAvx2()) GTEST_SKIP() << "no AVX2 on this processor";
+  CompareAllFastPaths(std::make_index_sequence<64>{});
 }
 
 }  // namespace
