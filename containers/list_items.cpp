@@ -89,8 +89,9 @@ GVAPI(DWORD) GvList_AllocSize(tGVLIST *list, int index) {
   Access access(list);
   if (!access.allowed()) return 0;
   if (index >= 0) {
-    if (index >= list->count) return 0;
+    // An inline item is its slot, so its size needs no item and no index check.
     if (gv::list::IsInline(list)) return list->slotSize;
+    if (index >= list->count) return 0;
     return gv::list::OwnsItems(list) ? gv::list::BlockSize(list, gv::list::Stored(list, index)) : 0;
   }
   DWORD total = GVLIST_RECORD_SIZE;

@@ -187,8 +187,8 @@ GVAPI(HRESULT) GvList_AllocItem(tGVLIST *list, const void *contents, DWORD size,
 GVAPI(HRESULT) GvList_ReAllocItem(tGVLIST *list, int index, DWORD size);
 /* Negative index: bytes held by the list: its owned items, the slot array and
  * the record (GVLIST_RECORD_SIZE). With an index: the slot size for an inline
- * list, the owned block's size for an owned list, 0 for a plain list or an
- * index out of range. 0 for a null list. */
+ * list (any index), the owned block's size for an owned list, 0 for a plain
+ * list or an owned list's index out of range. 0 for a null list. */
 GVAPI(DWORD) GvList_AllocSize(tGVLIST *list, int index);
 
 #endif /* GVLIST_H */

@@ -106,7 +106,9 @@ TEST(ListOwnedItems, AllocSizeOfInlineAndPlainLists) {
   ASSERT_EQ(GvList_InsertList(inlineList, -1, item, 1), S_OK);
   ASSERT_EQ(GvList_InsertList(plain, -1, item, 1), S_OK);
   EXPECT_EQ(GvList_AllocSize(inlineList, 0), 12u);
-  EXPECT_EQ(GvList_AllocSize(inlineList, 1), 0u);
+  // An inline item's size is its slot size whatever the index: nothing is read.
+  EXPECT_EQ(GvList_AllocSize(inlineList, 1), 12u);
+  EXPECT_EQ(GvList_AllocSize(inlineList, 1000), 12u);
   EXPECT_EQ(GvList_AllocSize(inlineList, -1), 76u + 4 * 12);
   EXPECT_EQ(GvList_AllocSize(plain, 0), 0u);
   EXPECT_EQ(GvList_AllocSize(plain, -1), 76u + 4 * 4);
