@@ -67,12 +67,12 @@ GVAPI(HRESULT) GvList_MoveRange(tGVLIST *list, int from, int to, int count) {
   if (!list) return E_FAIL;
   Access access(list);
   if (!access.allowed()) return E_FAIL;
+  int64_t block = count < 0 ? int64_t{list->count} - std::max(from, to) : count;
+  if (from + block > list->count || to + block > list->count) return E_FAIL;
+  if (block < 1 || from == to) return S_OK;
+  // A real block that starts before the first item names no items: refused.
   if (from < 0 || to < 0) return E_FAIL;
-  if (count < 0) count = list->count - std::max(from, to);
-  if (static_cast<int64_t>(from) + count > list->count ||
-      static_cast<int64_t>(to) + count > list->count)
-    return E_FAIL;
-  if (count < 1 || from == to) return S_OK;
+  count = static_cast<int>(block);
 
   SIZE_T size = list->slotSize;
   SIZE_T blockBytes = count * size;

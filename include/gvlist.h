@@ -129,9 +129,9 @@ GVAPI(HRESULT) GvList_InsertList(tGVLIST *list, int index, const void *items, in
 GVAPI(HRESULT) GvList_DeleteList(tGVLIST *list, int index, int count, BOOL shrink);
 /* Moves count items at `from` so that the first ends at `to`, keeping the
  * order of the others. Negative count: count - max(from, to). E_FAIL when
- * from or to is negative or a block end passes the count; S_OK without
- * change for an empty block or from == to; E_OUTOFMEMORY for a block over
- * 512 bytes when no scratch memory can be had. */
+ * a block end passes the count; then S_OK without change for an empty block
+ * or from == to; E_FAIL when from or to is negative; E_OUTOFMEMORY for a
+ * block over 512 bytes when no scratch memory can be had. */
 GVAPI(HRESULT) GvList_MoveRange(tGVLIST *list, int from, int to, int count);
 
 /* ---- Searches ------------------------------------------------------------

@@ -2,6 +2,7 @@
 // editing calls: insertion, deletion and moving of item ranges.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -292,6 +293,10 @@ TEST(ListMove, KeepsOrderInsideAndOutsideTheBlock) {
       {0, 3, 3, E_FAIL, "abcde"},  {4, 0, 2, E_FAIL, "abcde"},  {-1, 0, 1, E_FAIL, "abcde"},
       {0, -1, 1, E_FAIL, "abcde"}, {1, 3, -1, S_OK, "adebc"},   {3, 1, -1, S_OK, "adebc"},
       {0, 5, -1, S_OK, "abcde"},   {0, 6, -1, S_OK, "abcde"},   {0, 5, 1, E_FAIL, "abcde"},
+      // Negative indexes: an empty block or from == to succeeds as for any index,
+      // a real block before the first item is refused.
+      {-2, -2, 1, S_OK, "abcde"},  {-1, 0, 0, S_OK, "abcde"},   {INT_MIN, INT_MIN, -1, S_OK, "abcde"},
+      {INT_MIN, 0, -1, E_FAIL, "abcde"},
   };
   FOR_EACH_CASE(cases) {
     tGVLIST *list = Plain({'a', 'b', 'c', 'd', 'e'});
