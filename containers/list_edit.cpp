@@ -42,12 +42,12 @@ GVAPI(HRESULT) GvList_DeleteList(tGVLIST *list, int index, int count, BOOL shrin
   if (count >= 0 && count < 1) return S_OK;
   Access access(list);
   if (!access.allowed()) return E_FAIL;
-  if (count < 0) {
-    count = static_cast<int>(static_cast<int64_t>(list->count) - index);
-    if (count < 1) return S_OK;
-  }
+  // "To the end" is counted without wrapping, so an index far before the
+  // start is refused below rather than read as an empty range.
+  int64_t wanted = count < 0 ? int64_t{list->count} - index : count;
+  if (wanted < 1) return S_OK;
   if (index < 0 || index > list->count - 1) return E_FAIL;
-  count = std::min(count, static_cast<int>(list->count - index));
+  count = static_cast<int>(std::min<int64_t>(wanted, list->count - index));
 
   if (gv::list::OwnsItems(list))
     for (int i = index; i < index + count; ++i) gv::list::FreeBlock(list, gv::list::Stored(list, i));

@@ -257,6 +257,7 @@ TEST(ListDelete, RangesAndResults) {
       {all, -1, 1, E_FAIL, all},       {all, 7, 0, S_OK, all},     {all, -9, 0, S_OK, all},
       {all, 9, -1, S_OK, all},         {all, -1, -1, E_FAIL, all}, {all, 0, -1, S_OK, {}},
       {{}, 7, 0, S_OK, {}},            {{}, -1, 1, E_FAIL, {}},    {{}, 0, 1, E_FAIL, {}},
+      {all, INT_MIN, -1, E_FAIL, all},  // "to the end" from far before the start is not empty
   };
   FOR_EACH_CASE(cases) {
     tGVLIST *list = Plain(c.before);
