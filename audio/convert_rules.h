@@ -281,8 +281,11 @@ template <class D, class S> struct FastRule {
   }
 
   // int -> int lanes
+  // 8- and 16-bit stores saturate: clipping the shifted lane there gives
+  // the same value as clipping the source first, so only 24-bit
+  // destinations clip here.
   static __m128i Shift4(__m128i v) {
-    if constexpr (kClipSource24) v = Clip4(v, -8388608, 8388607);
+    if constexpr (kClipSource24 && D::kBytes > 2) v = Clip4(v, -8388608, 8388607);
     constexpr int shift = D::kBits - S::kBits;
     if constexpr (shift < 0) v = _mm_srai_epi32(v, -shift);
     if constexpr (shift > 0) v = _mm_slli_epi32(v, shift);
@@ -670,11 +673,60 @@ template <class D, class S> struct GeneralRuleAvx2 : GeneralRule<D, S> {
   }
 };
 
-// The gain-1.0 rule with shuffled packed 24-bit loads and stores; the same
-// lane operations as FastRule::Sixteen otherwise.
+// The gain-1.0 rule for the AVX2 loops: packed 24-bit samples moved with
+// shuffles, conversions to and from floating point eight float32 or four
+// float64 lanes at a time. Every lane sees the operations of FastRule's
+// SSE2 forms (exact conversions, power-of-two scales, the same truncation,
+// saturation and clipping), so the bytes are the same.
 template <class D, class S> struct FastRuleAvx2 : FastRule<D, S> {
   using Base = FastRule<D, S>;
 
+  // int lanes -> eight or four float samples at d
+  GV_AVX2 static void StoreScaledDown(u8 *d, const __m128i v[4]) {
+    if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
+      const __m256 r = _mm256_set1_ps(float(1.0 / S::kScale));
+      for (int k = 0; k < 4; k += 2) {
+        const __m256i w = _mm256_inserti128_si256(_mm256_castsi128_si256(v[k]), v[k + 1], 1);
+        _mm256_storeu_ps(reinterpret_cast<float *>(d + k * 16),
+                         _mm256_mul_ps(_mm256_cvtepi32_ps(w), r));
+      }
+    } else {
+      const __m256d r = _mm256_set1_pd(1.0 / S::kScale);
+      for (int k = 0; k < 4; ++k)
+        _mm256_storeu_pd(reinterpret_cast<double *>(d + k * 32),
+                         _mm256_mul_pd(_mm256_cvtepi32_pd(v[k]), r));
+    }
+  }
+
+  // sixteen float samples at s -> int lanes within the destination's range
+  GV_AVX2 static void ScaledUp(const u8 *s, __m128i v[4]) {
+    if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
+      const __m256 k2 = _mm256_set1_ps(float(D::kScale));
+      for (int k = 0; k < 4; k += 2) {
+        const __m256 z = _mm256_mul_ps(_mm256_loadu_ps(reinterpret_cast<const float *>(s + k * 16)), k2);
+        __m256i t;
+        if constexpr (D::kBits == 32) {  // out of range and NaN give INT32_MIN; large ones flip
+          const __m256 big = _mm256_cmp_ps(z, _mm256_set1_ps(2147483648.0f), _CMP_GE_OQ);
+          t = _mm256_xor_si256(_mm256_cvttps_epi32(z), _mm256_castps_si256(big));
+        } else {
+          const __m256 c = _mm256_min_ps(_mm256_max_ps(z, _mm256_set1_ps(float(D::kMin))),
+                                         _mm256_set1_ps(float(D::kMax)));
+          t = _mm256_cvttps_epi32(c);
+        }
+        v[k] = _mm256_castsi256_si128(t);
+        v[k + 1] = _mm256_extracti128_si256(t, 1);
+      }
+    } else {
+      const __m256d k4 = _mm256_set1_pd(D::kScale);
+      const __m256d lo = _mm256_set1_pd(D::kMin), hi = _mm256_set1_pd(D::kMax);
+      for (int k = 0; k < 4; ++k) {
+        __m256d z = _mm256_mul_pd(_mm256_loadu_pd(reinterpret_cast<const double *>(s + k * 32)), k4);
+        v[k] = _mm256_cvttpd_epi32(_mm256_min_pd(_mm256_max_pd(z, lo), hi));
+      }
+    }
+  }
+
+  // Sixteen samples, every load before the first store.
   GV_AVX2 static void Sixteen(u8 *d, const u8 *s) {
     __m128i v[4];
     if constexpr (kIsInt<D> && kIsInt<S>) {
@@ -683,12 +735,20 @@ template <class D, class S> struct FastRuleAvx2 : FastRule<D, S> {
       Store16Shuffled<D::kCode>(d, v);
     } else if constexpr (kIsInt<S>) {
       Load16Shuffled<S::kCode>(s, v);
-      for (int k = 0; k < 4; ++k) Base::StoreScaledDown4(d + k * 4 * D::kBytes, v[k]);
+      StoreScaledDown(d, v);
     } else if constexpr (kIsInt<D>) {
-      for (int k = 0; k < 4; ++k) v[k] = Base::ScaledUp4(s + k * 4 * S::kBytes);
+      ScaledUp(s, v);
       Store16Shuffled<D::kCode>(d, v);
+    } else if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {
+      __m128 x[4];
+      for (int k = 0; k < 4; ++k) x[k] = _mm_loadu_ps(reinterpret_cast<const float *>(s + k * 16));
+      for (int k = 0; k < 4; ++k)
+        _mm256_storeu_pd(reinterpret_cast<double *>(d + k * 32), _mm256_cvtps_pd(x[k]));
     } else {
-      Base::Sixteen(d, s);
+      __m128 x[4];
+      for (int k = 0; k < 4; ++k)
+        x[k] = _mm256_cvtpd_ps(_mm256_loadu_pd(reinterpret_cast<const double *>(s + k * 32)));
+      for (int k = 0; k < 4; ++k) _mm_storeu_ps(reinterpret_cast<float *>(d + k * 16), x[k]);
     }
   }
 };

@@ -52,11 +52,6 @@ GV_AVX2 void RunAvx2(u8 *d, const u8 *s, DWORD n, const Rule rule) {
   }
 }
 
-// Pairs with packed 24-bit samples on one side, whose byte shuffles pay
-// off in the AVX2 loop.
-template <class D, class S>
-constexpr bool kPacked24Pair = (D::kCode == GV_SAMPLE_INT24) != (S::kCode == GV_SAMPLE_INT24);
-
 // Whether the processor and the system support AVX2; asked once.
 bool HasAvx2() {
   static const bool has = [] {
@@ -75,11 +70,9 @@ void WINAPI Convert(void *pDst, const void *pSrc, DWORD nSamples, float gain) {
       if (d != s) std::memmove(d, s, size_t(nSamples) * D::kBytes);
     } else if constexpr (kNarrowIntPair<D, S>) {
       Run<D, S>(d, s, nSamples, NarrowIntRule<D, S>{});
-    } else if constexpr (kPacked24Pair<D, S>) {
+    } else {
       if (HasAvx2()) RunAvx2<D, S>(d, s, nSamples, FastRuleAvx2<D, S>{});
       else Run<D, S>(d, s, nSamples, FastRule<D, S>{});
-    } else {
-      Run<D, S>(d, s, nSamples, FastRule<D, S>{});
     }
   } else {
     if (HasAvx2()) RunAvx2<D, S>(d, s, nSamples, GeneralRuleAvx2<D, S>(gain));
