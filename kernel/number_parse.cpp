@@ -55,8 +55,10 @@ template <typename T>
 T ParseHex(const char *p, LPSTR *end) {
   p = SkipSpace(p);
   // Only a text that is exactly "0x" loses its prefix; clients pass bare
-  // digits and rely on "0x1F" reading as 0.
-  if (lstrcmpiA(p, "0x") == 0) p += 2;
+  // digits and rely on "0x1F" reading as 0. The characters are tested one by
+  // one: a locale-aware comparison would ignore hyphens, apostrophes and
+  // control characters and so take "0x-" for the prefix.
+  if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X') && p[2] == '\0') p += 2;
   T value = 0;
   for (int d; (d = HexDigit(*p)) >= 0; ++p) value = static_cast<T>(value * 16u + d);
   SetEnd(end, p);

@@ -74,6 +74,25 @@ TEST(NumberParse, HexOnlyDropsAPrefixThatIsTheWholeText) {
   EXPECT_EQ(GvHexToDWordLongToken("123456789abcdef0", nullptr), 0x123456789abcdef0ULL);
 }
 
+// Only the two characters 0 and x (either case) count as the whole text;
+// characters a locale-aware comparison would ignore do not make a prefix.
+TEST(NumberParse, HexPrefixMustBeExactlyTheRestOfTheText) {
+  const struct {
+    const char *text;
+    int stop;
+  } cases[] = {{"0x-", 1}, {"-0x", 0}, {"0-x", 1}, {"0x'", 1}, {"'0x", 0}, {"0\x01x", 1},
+               {"0x\x01", 1}, {"0X", 2}};
+  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+    SCOPED_TRACE(i);
+    LPSTR end = kUnset;
+    EXPECT_EQ(GvHexToDWordToken(cases[i].text, &end), 0u);
+    EXPECT_EQ(end - cases[i].text, cases[i].stop);
+    end = kUnset;
+    EXPECT_EQ(GvHexToDWordLongToken(cases[i].text, &end), 0ULL);
+    EXPECT_EQ(end - cases[i].text, cases[i].stop);
+  }
+}
+
 TEST(NumberParse, RealAddsTinyBiasAndReadsSeparators) {
   struct {
     const char *text;
