@@ -673,72 +673,130 @@ template <class D, class S> struct GeneralRuleAvx2 : GeneralRule<D, S> {
   }
 };
 
-// The gain-1.0 rule for the AVX2 loops: packed 24-bit samples moved with
-// shuffles, conversions to and from floating point eight float32 or four
-// float64 lanes at a time. Every lane sees the operations of FastRule's
-// SSE2 forms (exact conversions, power-of-two scales, the same truncation,
-// saturation and clipping), so the bytes are the same.
+// Sixteen integer samples as two vectors of eight 32-bit lanes (the value
+// v of each), for the AVX2 loops. Packed 24-bit samples: each 256-bit load
+// has its two groups of four samples moved to one 128-bit half each (the
+// groups start on 4-byte boundaries), then shuffled to the top three bytes
+// of their lanes. Nothing past the 16 samples is read.
+template <DWORD C> GV_AVX2 inline void Load16x8(const u8 *p, __m256i w[2]) {
+  if constexpr (C == GV_SAMPLE_UINT8 || C == GV_SAMPLE_INT8) {
+    __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    if constexpr (C == GV_SAMPLE_UINT8) x = _mm_xor_si128(x, _mm_set1_epi8(char(0x80)));
+    w[0] = _mm256_cvtepi8_epi32(x);
+    w[1] = _mm256_cvtepi8_epi32(_mm_srli_si128(x, 8));
+  } else if constexpr (C == GV_SAMPLE_INT16) {
+    w[0] = _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p)));
+    w[1] = _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(p + 16)));
+  } else if constexpr (C == GV_SAMPLE_INT24) {
+    const __m256i m = _mm256_setr_epi8(-1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11,
+                                       -1, 0, 1, 2, -1, 3, 4, 5, -1, 6, 7, 8, -1, 9, 10, 11);
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
+    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p + 16));
+    const __m256i ia = _mm256_setr_epi32(0, 1, 2, 2, 3, 4, 5, 5);  // bytes 0-11 and 12-23
+    const __m256i ib = _mm256_setr_epi32(2, 3, 4, 4, 5, 6, 7, 7);  // bytes 24-35 and 36-47
+    w[0] = _mm256_srai_epi32(_mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(a, ia), m), 8);
+    w[1] = _mm256_srai_epi32(_mm256_shuffle_epi8(_mm256_permutevar8x32_epi32(b, ib), m), 8);
+  } else {
+    w[0] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
+    w[1] = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p + 32));
+  }
+}
+
+// Sixteen lanes already inside the destination's range (8- and 16-bit
+// stores saturate, which is the same clipping) stored as samples.
+template <DWORD C> GV_AVX2 inline void Store16x8(u8 *p, const __m256i w[2]) {
+  if constexpr (C == GV_SAMPLE_INT32 || C == GV_SAMPLE_INT24IN32) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), w[0]);
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(p + 32), w[1]);
+  } else if constexpr (C == GV_SAMPLE_INT16) {  // the pack works per half: put them back in order
+    const __m256i x = _mm256_packs_epi32(w[0], w[1]);
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), _mm256_permute4x64_epi64(x, 0xD8));
+  } else {
+    const __m128i v[4] = {_mm256_castsi256_si128(w[0]), _mm256_extracti128_si256(w[0], 1),
+                          _mm256_castsi256_si128(w[1]), _mm256_extracti128_si256(w[1], 1)};
+    Store16Shuffled<C>(p, v);
+  }
+}
+
+// The gain-1.0 rule for the AVX2 loops: eight 32-bit lanes per integer
+// operation and per conversion to float32, four per conversion to and from
+// float64. Every lane sees the operations of FastRule's SSE2 forms (exact
+// conversions, power-of-two scales, the same truncation, saturation and
+// clipping), so the bytes are the same.
 template <class D, class S> struct FastRuleAvx2 : FastRule<D, S> {
   using Base = FastRule<D, S>;
 
-  // int lanes -> eight or four float samples at d
-  GV_AVX2 static void StoreScaledDown(u8 *d, const __m128i v[4]) {
+  // int -> int lanes (8- and 16-bit stores saturate, see Shift4)
+  GV_AVX2 static __m256i Shift8(__m256i v) {
+    if constexpr (Base::kClipSource24 && D::kBytes > 2)
+      v = _mm256_min_epi32(_mm256_max_epi32(v, _mm256_set1_epi32(-8388608)),
+                           _mm256_set1_epi32(8388607));
+    constexpr int shift = D::kBits - S::kBits;
+    if constexpr (shift < 0) v = _mm256_srai_epi32(v, -shift);
+    if constexpr (shift > 0) v = _mm256_slli_epi32(v, shift);
+    return v;
+  }
+
+  // int lanes -> sixteen float samples at d
+  GV_AVX2 static void StoreScaledDown(u8 *d, const __m256i w[2]) {
     if constexpr (D::kCode == GV_SAMPLE_FLOAT32) {
       const __m256 r = _mm256_set1_ps(float(1.0 / S::kScale));
-      for (int k = 0; k < 4; k += 2) {
-        const __m256i w = _mm256_inserti128_si256(_mm256_castsi128_si256(v[k]), v[k + 1], 1);
-        _mm256_storeu_ps(reinterpret_cast<float *>(d + k * 16),
-                         _mm256_mul_ps(_mm256_cvtepi32_ps(w), r));
-      }
+      for (int k = 0; k < 2; ++k)
+        _mm256_storeu_ps(reinterpret_cast<float *>(d + k * 32),
+                         _mm256_mul_ps(_mm256_cvtepi32_ps(w[k]), r));
     } else {
       const __m256d r = _mm256_set1_pd(1.0 / S::kScale);
-      for (int k = 0; k < 4; ++k)
-        _mm256_storeu_pd(reinterpret_cast<double *>(d + k * 32),
-                         _mm256_mul_pd(_mm256_cvtepi32_pd(v[k]), r));
+      for (int k = 0; k < 2; ++k) {
+        _mm256_storeu_pd(reinterpret_cast<double *>(d + k * 64),
+                         _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_castsi256_si128(w[k])), r));
+        _mm256_storeu_pd(reinterpret_cast<double *>(d + k * 64 + 32),
+                         _mm256_mul_pd(_mm256_cvtepi32_pd(_mm256_extracti128_si256(w[k], 1)), r));
+      }
     }
   }
 
   // sixteen float samples at s -> int lanes within the destination's range
-  GV_AVX2 static void ScaledUp(const u8 *s, __m128i v[4]) {
+  GV_AVX2 static void ScaledUp(const u8 *s, __m256i w[2]) {
     if constexpr (S::kCode == GV_SAMPLE_FLOAT32) {
       const __m256 k2 = _mm256_set1_ps(float(D::kScale));
-      for (int k = 0; k < 4; k += 2) {
-        const __m256 z = _mm256_mul_ps(_mm256_loadu_ps(reinterpret_cast<const float *>(s + k * 16)), k2);
-        __m256i t;
+      for (int k = 0; k < 2; ++k) {
+        const __m256 z = _mm256_mul_ps(_mm256_loadu_ps(reinterpret_cast<const float *>(s + k * 32)), k2);
         if constexpr (D::kBits == 32) {  // out of range and NaN give INT32_MIN; large ones flip
           const __m256 big = _mm256_cmp_ps(z, _mm256_set1_ps(2147483648.0f), _CMP_GE_OQ);
-          t = _mm256_xor_si256(_mm256_cvttps_epi32(z), _mm256_castps_si256(big));
+          w[k] = _mm256_xor_si256(_mm256_cvttps_epi32(z), _mm256_castps_si256(big));
         } else {
           const __m256 c = _mm256_min_ps(_mm256_max_ps(z, _mm256_set1_ps(float(D::kMin))),
                                          _mm256_set1_ps(float(D::kMax)));
-          t = _mm256_cvttps_epi32(c);
+          w[k] = _mm256_cvttps_epi32(c);
         }
-        v[k] = _mm256_castsi256_si128(t);
-        v[k + 1] = _mm256_extracti128_si256(t, 1);
       }
     } else {
       const __m256d k4 = _mm256_set1_pd(D::kScale);
       const __m256d lo = _mm256_set1_pd(D::kMin), hi = _mm256_set1_pd(D::kMax);
+      __m128i t[4];
       for (int k = 0; k < 4; ++k) {
         __m256d z = _mm256_mul_pd(_mm256_loadu_pd(reinterpret_cast<const double *>(s + k * 32)), k4);
-        v[k] = _mm256_cvttpd_epi32(_mm256_min_pd(_mm256_max_pd(z, lo), hi));
+        t[k] = _mm256_cvttpd_epi32(_mm256_min_pd(_mm256_max_pd(z, lo), hi));
       }
+      w[0] = _mm256_inserti128_si256(_mm256_castsi128_si256(t[0]), t[1], 1);
+      w[1] = _mm256_inserti128_si256(_mm256_castsi128_si256(t[2]), t[3], 1);
     }
   }
 
   // Sixteen samples, every load before the first store.
   GV_AVX2 static void Sixteen(u8 *d, const u8 *s) {
-    __m128i v[4];
+    __m256i w[2];
     if constexpr (kIsInt<D> && kIsInt<S>) {
-      Load16Shuffled<S::kCode>(s, v);
-      for (int k = 0; k < 4; ++k) v[k] = Base::Shift4(v[k]);
-      Store16Shuffled<D::kCode>(d, v);
+      Load16x8<S::kCode>(s, w);
+      w[0] = Shift8(w[0]);
+      w[1] = Shift8(w[1]);
+      Store16x8<D::kCode>(d, w);
     } else if constexpr (kIsInt<S>) {
-      Load16Shuffled<S::kCode>(s, v);
-      StoreScaledDown(d, v);
+      Load16x8<S::kCode>(s, w);
+      StoreScaledDown(d, w);
     } else if constexpr (kIsInt<D>) {
-      ScaledUp(s, v);
-      Store16Shuffled<D::kCode>(d, v);
+      ScaledUp(s, w);
+      Store16x8<D::kCode>(d, w);
     } else if constexpr (D::kCode == GV_SAMPLE_FLOAT64) {
       __m128 x[4];
       for (int k = 0; k < 4; ++k) x[k] = _mm_loadu_ps(reinterpret_cast<const float *>(s + k * 16));
