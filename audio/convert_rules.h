@@ -811,4 +811,27 @@ template <class D, class S> struct FastRuleAvx2 : FastRule<D, S> {
   }
 };
 
+// The byte moves of NarrowIntRule with one 256-bit load or store per
+// sixteen 16-bit samples, for the AVX2 loops.
+template <class D, class S> struct NarrowIntRuleAvx2 : NarrowIntRule<D, S> {
+  using Base = NarrowIntRule<D, S>;
+
+  GV_AVX2 static void Sixteen(u8 *d, const u8 *s) {
+    if constexpr (D::kBytes == 1 && S::kBytes == 1) {
+      Base::Sixteen(d, s);
+    } else if constexpr (S::kBytes == 1) {  // the byte becomes the high byte
+      __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s));
+      if constexpr (Base::kFlipSource) x = _mm_xor_si128(x, _mm_set1_epi8(char(0x80)));
+      _mm256_storeu_si256(reinterpret_cast<__m256i *>(d),
+                          _mm256_slli_epi16(_mm256_cvtepi8_epi16(x), 8));
+    } else {  // the high byte, arithmetic shift keeps the sign
+      const __m256i h = _mm256_srai_epi16(
+          _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s)), 8);
+      __m128i x = _mm_packs_epi16(_mm256_castsi256_si128(h), _mm256_extracti128_si256(h, 1));
+      if constexpr (Base::kFlipDest) x = _mm_xor_si128(x, _mm_set1_epi8(char(0x80)));
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(d), x);
+    }
+  }
+};
+
 }  // namespace gv::audio

@@ -69,7 +69,8 @@ void WINAPI Convert(void *pDst, const void *pSrc, DWORD nSamples, float gain) {
     if constexpr (D::kCode == S::kCode) {
       if (d != s) std::memmove(d, s, size_t(nSamples) * D::kBytes);
     } else if constexpr (kNarrowIntPair<D, S>) {
-      Run<D, S>(d, s, nSamples, NarrowIntRule<D, S>{});
+      if (HasAvx2()) RunAvx2<D, S>(d, s, nSamples, NarrowIntRuleAvx2<D, S>{});
+      else Run<D, S>(d, s, nSamples, NarrowIntRule<D, S>{});
     } else {
       if (HasAvx2()) RunAvx2<D, S>(d, s, nSamples, FastRuleAvx2<D, S>{});
       else Run<D, S>(d, s, nSamples, FastRule<D, S>{});
