@@ -45,7 +45,9 @@ bool IsEnding(char c) { return c && std::strchr("*,:;EGXcdefgisuxz", c) != nullp
 bool IsNameChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
 
 // Copies a specification for the C runtime with every count conversion
-// ("%n") turned into plain text, so no format can make it write memory.
+// ("%n") and every string conversion that can occur inside a number's
+// specification ("%S" wide, "%Z" counted) turned into plain text, so no
+// format can make it write memory or read a number as a pointer.
 void DisarmCounts(const char *spec, char *safe) {
   for (const char *p = spec; *p;) {
     if (*p != '%') {
@@ -59,7 +61,7 @@ void DisarmCounts(const char *spec, char *safe) {
     }
     const char *q = p + 1;
     while (*q && std::strchr("-+ #0123456789.hlLIw", *q)) ++q;
-    if (*q == 'n') *safe++ = '%';  // "%%n..." prints as text
+    if (*q == 'n' || *q == 'S' || *q == 'Z') *safe++ = '%';  // "%%n..." prints as text
     *safe++ = *p++;
   }
   *safe = '\0';

@@ -88,6 +88,23 @@ TEST(Formatter, TableOfConversions) {
   }
 }
 
+// A number's specification that runs on over a string conversion of the C
+// runtime (%S wide, %Z counted) would read the number as a pointer; such a
+// conversion comes out as text, like %n.
+TEST(Formatter, StringConversionsInsideANumberAreText) {
+  const Case cases[] = {
+      {"%Sd|", Args().I(5), "%Sd|"},
+      {"%Zd|", Args().I(5), "%Zd|"},
+      {"%o%-4Sx|", Args().I(8), "10%-4Sx|"},
+      {"%Sf|", Args().D(1.0), "%Sf|"},
+      {"%lSz|", Args().I(7), "%lSd|"},
+  };
+  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+    SCOPED_TRACE(cases[i].format);
+    EXPECT_EQ(Format(cases[i].format, cases[i].args), cases[i].expected);
+  }
+}
+
 TEST(Formatter, ReturnsLengthOfOutput) {
   char out[64];
   EXPECT_EQ(GvPrintF(out, "%s-%d", "abc", 12345), 9);
