@@ -1,6 +1,7 @@
 // The conversion rules of one sample pair, each written side by side in a
 // scalar form (one sample) and SIMD forms (SSE2, four and sixteen samples;
-// AVX2 for the general rule) that must give identical bytes. Converters run
+// AVX2 sixteen-sample forms of every rule, chosen at run time) that must give
+// identical bytes. Converters run
 // a sixteen-sample form over the bulk and the scalar form over the last
 // 0-15 samples, so any disagreement shows up in tests with odd lengths.
 //
