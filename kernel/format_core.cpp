@@ -126,7 +126,8 @@ void Convert(const char *spec, size_t length, bool grouped, va_list &args, Outpu
       if (length >= 3 && spec[1] == '.' && std::isdigit(static_cast<unsigned char>(spec[length - 2])))
         decimals = GvAsciiToDWordToken(spec + 2, nullptr);
       if (decimals) {
-        if (decimals > 400) decimals = 400;  // beyond any double's digits
+        // More decimals than one conversion may print change nothing.
+        if (decimals > kMaxConversion) decimals = kMaxConversion;
         char fixed[16];
         std::sprintf(fixed, "%%.%df", static_cast<int>(decimals));
         PrintC(result, fixed, value / std::pow(10.0, static_cast<double>(decimals)));

@@ -105,6 +105,13 @@ TEST(Formatter, StringConversionsInsideANumberAreText) {
   }
 }
 
+// Fixed point prints all n decimals the specification asks for, up to
+// the longest result of one conversion.
+TEST(Formatter, FixedPointKeepsManyDecimals) {
+  EXPECT_EQ(Format("%.500z|", Args().I(1)), "0." + std::string(500, '0') + "|");
+  EXPECT_EQ(Format("%.1000z|", Args().I(-1)), "-0." + std::string(1000, '0') + "|");
+}
+
 TEST(Formatter, ReturnsLengthOfOutput) {
   char out[64];
   EXPECT_EQ(GvPrintF(out, "%s-%d", "abc", 12345), 9);
