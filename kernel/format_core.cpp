@@ -142,7 +142,9 @@ void Convert(const char *spec, size_t length, bool grouped, va_list &args, Outpu
     }
     default: {  // 'c' and 's': the window manager's formatter
       const DWORD_PTR value = va_arg(args, DWORD_PTR);
-      int n = wsprintfA(result, spec, value, 0, 0, 0, 0, 0, 0, 0, 0);
+      char safe[2 * kMaxSpec + 2];
+      DisarmCounts(spec, safe);  // a run-on "%S" would take a character as a pointer
+      int n = wsprintfA(result, safe, value, 0, 0, 0, 0, 0, 0, 0, 0);
       result[n < 0 ? 0 : n] = '\0';
       number = false;
       break;

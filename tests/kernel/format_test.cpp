@@ -105,6 +105,14 @@ TEST(Formatter, StringConversionsInsideANumberAreText) {
   }
 }
 
+// The same for a character or string conversion that runs on over a %S:
+// the window manager's formatter would read the character as a pointer.
+TEST(Formatter, WideStringConversionBeforeATextEndingIsText) {
+  EXPECT_EQ(Format("%Sc|", Args().I('q')), "%Sc|");
+  EXPECT_EQ(Format("%-3S%c|", Args().I('q')), "%-3Sq|");
+  EXPECT_EQ(Format("%s|%c", Args().S("ab").I('z')), "ab|z");
+}
+
 // Fixed point prints all n decimals the specification asks for, up to
 // the longest result of one conversion.
 TEST(Formatter, FixedPointKeepsManyDecimals) {
