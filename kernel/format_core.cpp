@@ -67,13 +67,28 @@ void DisarmCounts(const char *spec, char *safe) {
   *safe = '\0';
 }
 
-// The C runtime's sprintf with one value. A specification that ran on past
-// other conversions finds zeros for them instead of stray stack words.
+// The arguments of one conversion: its value, then zeros for every further
+// conversion a run-on specification can hold (each at least two characters
+// long and reading at most 8 bytes), so none of them reads stray stack words.
+class ArgBlock {
+ public:
+  template <typename T>
+  explicit ArgBlock(T value) {
+    std::memcpy(bytes_, &value, sizeof value);
+  }
+  va_list List() { return reinterpret_cast<va_list>(bytes_); }
+
+ private:
+  alignas(8) char bytes_[8 + (kMaxSpec / 2) * 8] = {};
+};
+
+// The C runtime's sprintf with one value.
 template <typename T>
 void PrintC(char *result, const char *spec, T value) {
   char safe[2 * kMaxSpec + 2];
   DisarmCounts(spec, safe);
-  int n = _snprintf(result, kMaxConversion, safe, value, 0, 0, 0, 0, 0, 0, 0, 0);
+  ArgBlock args(value);
+  int n = _vsnprintf(result, kMaxConversion, safe, args.List());
   if (n < 0 || n > kMaxConversion) n = kMaxConversion;
   result[n] = '\0';
 }
@@ -144,7 +159,8 @@ void Convert(const char *spec, size_t length, bool grouped, va_list &args, Outpu
       const DWORD_PTR value = va_arg(args, DWORD_PTR);
       char safe[2 * kMaxSpec + 2];
       DisarmCounts(spec, safe);  // a run-on "%S" would take a character as a pointer
-      int n = wsprintfA(result, safe, value, 0, 0, 0, 0, 0, 0, 0, 0);
+      ArgBlock block(value);
+      int n = wvsprintfA(result, safe, block.List());
       result[n < 0 ? 0 : n] = '\0';
       number = false;
       break;

@@ -113,6 +113,19 @@ TEST(Formatter, WideStringConversionBeforeATextEndingIsText) {
   EXPECT_EQ(Format("%s|%c", Args().S("ab").I('z')), "ab|z");
 }
 
+// However many conversions a specification runs on over, each one past the
+// first reads zeros, never the stack behind the arguments.
+TEST(Formatter, RunOnConversionsReadZeros) {
+  std::string many;
+  for (int i = 0; i < 40; ++i) many += "%p";
+  const std::string text = Format((many + "%s|").c_str(), Args().I(0x71));
+  EXPECT_EQ(text.substr(0, 16), "0000007100000000");
+  EXPECT_EQ(text.substr(40 * 8), "(null)|");
+  std::string octal;
+  for (int i = 0; i < 100; ++i) octal += "%o";
+  EXPECT_EQ(Format((octal + "d|").c_str(), Args().I(8)), "10" + std::string(99, '0') + "d|");
+}
+
 // Fixed point prints all n decimals the specification asks for, up to
 // the longest result of one conversion.
 TEST(Formatter, FixedPointKeepsManyDecimals) {
