@@ -18,9 +18,13 @@ bool Extent(HDC dc, const char *text, int length, int *cx) {
 GVAPI(void) GvCalcStringEllipsis(HDC dc, LPSTR text, int size, int width) {
   if (!text) return;
   if (size < 0) size = 0;
-  char *copy = static_cast<char *>(std::calloc(static_cast<size_t>(size) + 1, 1));
+  // The copy holds the first size - 1 characters at most; it is sized for
+  // the text itself and "...", not for whatever size the caller claims.
+  int taken = 0;
+  while (taken < size - 1 && text[taken]) ++taken;
+  char *copy = static_cast<char *>(std::calloc(static_cast<size_t>(taken) + 4, 1));
   if (!copy) return;
-  if (size > 0) lstrcpynA(copy, text, size);
+  std::memcpy(copy, text, static_cast<size_t>(taken));
 
   int length = lstrlenA(copy);
   const int limit = width - 2;

@@ -361,3 +361,14 @@ TEST_F(Ellipsis, NothingLeftMeansUnchanged) {
 }
 
 }  // namespace
+
+// The working copy is as long as the text needs, whatever size is claimed:
+// a size far beyond the text still shortens it.
+TEST_F(Ellipsis, HugeSizeDoesNotAllocateItsWorth) {
+  char text[32] = "abcdefghij";
+  GvCalcStringEllipsis(dc_, text, 0x7FFFFFFF, 8 * char_ + 2);
+  EXPECT_STREQ(text, "abcde...");
+  char unterminated[8] = {'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'};
+  GvCalcStringEllipsis(dc_, unterminated, sizeof unterminated, 5 * char_ + 2);
+  EXPECT_STREQ(unterminated, "ab...");
+}
