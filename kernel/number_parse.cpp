@@ -56,8 +56,8 @@ T ParseHex(const char *p, LPSTR *end) {
   p = SkipSpace(p);
   // Only a text that is exactly "0x" loses its prefix; clients pass bare
   // digits and rely on "0x1F" reading as 0. The characters are tested one by
-  // one: a locale-aware comparison would ignore hyphens, apostrophes and
-  // control characters and so take "0x-" for the prefix.
+  // one: a locale-aware comparison passes over characters it gives no weight
+  // (control characters, for one) and could take "0x" plus those for it.
   if (p[0] == '0' && (p[1] == 'x' || p[1] == 'X') && p[2] == '\0') p += 2;
   T value = 0;
   for (int d; (d = HexDigit(*p)) >= 0; ++p) value = static_cast<T>(value * 16u + d);
