@@ -126,7 +126,7 @@ TEST(Formatter, RunOnConversionsReadZeros) {
   EXPECT_EQ(Format((octal + "d|").c_str(), Args().I(8)), "10" + std::string(99, '0') + "d|");
 }
 
-// Fixed point prints all n decimals the specification asks for, up to
+// Fixed point prints all n decimals asked for, up to
 // the longest result of one conversion.
 TEST(Formatter, FixedPointKeepsManyDecimals) {
   EXPECT_EQ(Format("%.500z|", Args().I(1)), "0." + std::string(500, '0') + "|");
