@@ -11,6 +11,13 @@ namespace gv::audio {
 GVCONVERTFUNC GetConverter(DWORD dstType, DWORD srcType);
 GVCOPYCHANNELSFUNC GetChannelCopier(DWORD dstType, DWORD srcType);
 
+// The loop the converters run. Auto picks AVX2 where the processor has it,
+// else SSE2; the others force one loop, so the tests can check each against
+// the reference model. ForceConvertPath is false (and changes nothing) for
+// AVX2 on a processor without it. Not for use while conversions are running.
+enum class ConvertPath { Auto, Scalar, Sse2, Avx2 };
+bool ForceConvertPath(ConvertPath path);
+
 // Sample type of an attributes record (number kind, bits, GVAA_UNSIGNED8,
 // GVAA_PACKED24); GV_SAMPLE_NONE for an unsupported kind or width.
 DWORD SampleTypeOfAttribs(const tGVAUDIOATTRIBS &attr);

@@ -559,6 +559,7 @@ template <class D, class S> struct GeneralRule {
 // form above, so the bytes are identical.
 
 #define GV_AVX2 __attribute__((target("avx2")))
+#define GV_FORCEINLINE inline __attribute__((always_inline))
 
 // Packed 24-bit samples moved with byte shuffles (SSSE3, present on every
 // AVX2 processor), for the loops compiled for AVX2. Each lane gets the same

@@ -5,9 +5,6 @@
 #include "include/gvkernel.h"
 
 namespace gv {
-
-FrameState g_frame;
-
 namespace {
 
 const CLSID kClsidTalc = GV_CLSID_TALC_INIT;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "gvtalc.h"
+#include "support/cases.h"
 
 namespace {
 
@@ -30,14 +31,6 @@ std::string Letters(tGVLIST *list) {
   for (DWORD v : Contents(list)) s += (char)v;
   return s;
 }
-
-// Runs the statement that follows once per element `c` of a case table,
-// with the element's index in every failure message.
-#define FOR_EACH_CASE(cases)                                                     \
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)                    \
-    if (const auto &c = cases[i]; false) {                                       \
-    } else if (testing::ScopedTrace trace_(__FILE__, __LINE__, i); false) {      \
-    } else
 
 TEST(ListCreate, ClampsCountAndGrowthAndSizesSlots) {
   static_assert(sizeof(tGVLIST) == 76, "record size");

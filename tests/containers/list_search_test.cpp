@@ -8,16 +8,11 @@
 #include <vector>
 
 #include "gvtalc.h"
+#include "support/cases.h"
 
 namespace {
 
 using Values = std::vector<DWORD>;
-
-#define FOR_EACH_CASE(cases)                                                     \
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)                    \
-    if (const auto &c = cases[i]; false) {                                       \
-    } else if (testing::ScopedTrace trace_(__FILE__, __LINE__, i); false) {      \
-    } else
 
 // Items are key * 1000 + position: comparisons look at keys only, so a
 // probe's position can be logged and the final order of equal keys shows

@@ -11,20 +11,13 @@
 #include <vector>
 
 #include "gvtalc.h"
+#include "support/cases.h"
 
 namespace gvtest {
 
 using Bytes = std::vector<BYTE>;
 
 constexpr DWORD kSentinel = 0xdeadbeef;  // preset into out-parameters
-
-// Runs the statement that follows once per element `c` of a case table,
-// with the element's index in every failure message.
-#define FOR_EACH_CASE(cases)                                                     \
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i)                    \
-    if (const auto &c = cases[i]; false) {                                       \
-    } else if (testing::ScopedTrace trace_(__FILE__, __LINE__, i); false) {      \
-    } else
 
 inline DWORD Fcc(const char *s) { return GVRIFF_FOURCC(s[0], s[1], s[2], s[3]); }
 

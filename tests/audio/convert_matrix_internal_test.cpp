@@ -1,6 +1,7 @@
 // Every converter of the 8x8 matrix against the reference model, at gain
 // 1.0 and at other gains, on edge values and random data, out of place and
-// in place, with lengths that leave SIMD tails.
+// in place, with lengths that leave SIMD tails; once with each loop forced
+// (scalar, SSE2, AVX2), so every path answers to the model itself.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/convert.h"
 #include "audio/reference_model.h"
 #include "gvtalc.h"
 
@@ -97,8 +99,11 @@ bool WithinDoubleRounding(const TypeInfo &dt, const unsigned char *got,
   return std::llabs(a.v - b.v) == 1;
 }
 
+using gv::audio::ConvertPath;
+
 struct Pair {
   int dst, src;
+  ConvertPath path;
 };
 
 class ConverterMatrix : public ::testing::TestWithParam<Pair> {
@@ -106,10 +111,12 @@ class ConverterMatrix : public ::testing::TestWithParam<Pair> {
   const TypeInfo &D() const { return kTypes[GetParam().dst]; }
   const TypeInfo &S() const { return kTypes[GetParam().src]; }
 
-  GVCONVERTFUNC Converter() const {
-    WAVEFORMATEX wd = audiotest::FormatOf(D()), ws = audiotest::FormatOf(S());
-    return GvAudio_GetCopyFunction(&wd, &ws);
+  void SetUp() override {
+    if (!gv::audio::ForceConvertPath(GetParam().path)) GTEST_SKIP() << "no AVX2 here";
   }
+  void TearDown() override { gv::audio::ForceConvertPath(ConvertPath::Auto); }
+
+  GVCONVERTFUNC Converter() const { return gv::audio::GetConverter(D().code, S().code); }
 
   // Compares n converted samples with the model; returns mismatches.
   int Compare(const unsigned char *out, const unsigned char *src, size_t n, float gain) const {
@@ -180,15 +187,18 @@ TEST_P(ConverterMatrix, MatchesReferenceModelInPlace) {
 
 std::vector<Pair> AllPairs() {
   std::vector<Pair> pairs;
-  for (int d = 0; d < 8; ++d)
-    for (int s = 0; s < 8; ++s) pairs.push_back({d, s});
+  for (ConvertPath path : {ConvertPath::Scalar, ConvertPath::Sse2, ConvertPath::Avx2})
+    for (int d = 0; d < 8; ++d)
+      for (int s = 0; s < 8; ++s) pairs.push_back({d, s, path});
   return pairs;
 }
 
-INSTANTIATE_TEST_SUITE_P(AllPairs, ConverterMatrix, ::testing::ValuesIn(AllPairs()),
-                         [](const ::testing::TestParamInfo<Pair> &info) {
-                           return std::string(kTypes[info.param.dst].name) + "_from_" +
-                                  kTypes[info.param.src].name;
-                         });
+std::string PairName(const ::testing::TestParamInfo<Pair> &info) {
+  static const char *const kPath[] = {"auto", "scalar", "sse2", "avx2"};
+  return std::string(kPath[int(info.param.path)]) + "_" + kTypes[info.param.dst].name +
+         "_from_" + kTypes[info.param.src].name;
+}
+
+INSTANTIATE_TEST_SUITE_P(AllPairs, ConverterMatrix, ::testing::ValuesIn(AllPairs()), PairName);
 
 }  // namespace
