@@ -12,6 +12,7 @@
 #include "gvmetric.h"
 #include "gvaudio.h"
 #include "gvconvert.h"
+#include "gvsamples.h"
 #include "gvlist.h"
 #include "gvriff.h"
 
