@@ -15,5 +15,6 @@
 #include "gvsamples.h"
 #include "gvlist.h"
 #include "gvriff.h"
+#include "gvstream.h"
 
 #endif /* GVTALC_H */
