@@ -1,4 +1,6 @@
-// GvGetFileWfx: the format record and the data chunk of a WAVE file.
+// Probes of WAVE files: GvGetFileWfx as the stream family has always had
+// it, and GvGetFileWfxEx, which also takes extensible records and the sizes
+// programs writing to a pipe leave unset.
 #include <cstdlib>
 
 #include "files/riff_io.h"
@@ -12,12 +14,13 @@ constexpr DWORD kData = GVRIFF_FOURCC('d', 'a', 't', 'a');
 // A format record cannot be longer than its 18 bytes plus a 16-bit cbSize.
 constexpr DWORD kMaxFormat = sizeof(WAVEFORMATEX) + 0xFFFF;
 
-bool IsPcmFamily(const WAVEFORMATEX &w) {
+bool IsUsable(const WAVEFORMATEX &w) {
   switch (w.wFormatTag) {
     case WAVE_FORMAT_PCM: case WAVE_FORMAT_IEEE_FLOAT: case GV_WAVE_FORMAT_UNPACKED:
-    case GV_WAVE_FORMAT_SIGNED: case GV_WAVE_FORMAT_BIGENDIAN: return true;
+    case GV_WAVE_FORMAT_SIGNED: case GV_WAVE_FORMAT_BIGENDIAN: break;
+    default: return false;
   }
-  return false;
+  return w.nChannels && w.nBlockAlign == w.nChannels * (w.wBitsPerSample / 8);
 }
 
 uint64_t FileSize(HANDLE file) {
@@ -26,17 +29,16 @@ uint64_t FileSize(HANDLE file) {
   return uint64_t(high) << 32 | low;
 }
 
-// The "fmt " chunk read into a zero-filled block of at least a whole
-// WAVEFORMATEX, or null when it is missing or claims more than the file has.
-WAVEFORMATEX *ReadFormat(HANDLE file) {
-  DWORD size = 0;
-  if (riff_FindChunkHeaderInRIFF(file, kFmt, &size, nullptr) != S_OK) return nullptr;
-  if (size > kMaxFormat || size > FileSize(file) - riff::Tell(file)) return nullptr;
+// The format chunk of `size` bytes at the file position, in a zero-filled
+// block of at least a whole WAVEFORMATEX; null when it is shorter than 16
+// bytes or claims more than the file holds.
+WAVEFORMATEX *ReadFormat(HANDLE file, DWORD size) {
+  if (size < 16 || size > kMaxFormat || size > FileSize(file) - riff::Tell(file)) return nullptr;
   auto *wfx = static_cast<WAVEFORMATEX *>(
       std::calloc(1, size > sizeof(WAVEFORMATEX) ? size : sizeof(WAVEFORMATEX)));
   if (!wfx) return nullptr;
   DWORD got = 0;
-  if (!riff::ReadBytes(file, wfx, size, &got) || got < 16) {
+  if (!riff::ReadBytes(file, wfx, size, &got) || got < size) {
     std::free(wfx);
     return nullptr;
   }
@@ -44,37 +46,98 @@ WAVEFORMATEX *ReadFormat(HANDLE file) {
   return wfx;
 }
 
-}  // namespace
+HANDLE OpenForProbe(const char *name) {
+  return CreateFileA(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                     FILE_ATTRIBUTE_NORMAL | FILE_FLAG_WRITE_THROUGH, nullptr);
+}
 
-WAVEFORMATEX *ProbeWave(const char *name, uint64_t *frames, uint64_t *dataOffset) {
-  HANDLE file = CreateFileA(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL | FILE_FLAG_WRITE_THROUGH, nullptr);
-  if (file == INVALID_HANDLE_VALUE) return nullptr;
-  WAVEFORMATEX *wfx = ReadFormat(file);
-  DWORD dataSize = 0;
-  if (wfx && !(IsPcmFamily(*wfx) && wfx->nChannels &&
-               wfx->nBlockAlign == wfx->nChannels * (wfx->wBitsPerSample / 8) &&
-               riff_FindChunkHeaderInRIFF(file, kData, &dataSize, nullptr) == S_OK)) {
-    std::free(wfx);
-    wfx = nullptr;
-  }
-  if (wfx) {
+WAVEFORMATEX *Probe(HANDLE file, uint64_t *frames, uint64_t *dataOffset) {
+  DWORD size = 0;
+  if (riff_FindChunkHeaderInRIFF(file, kFmt, &size, nullptr) != S_OK) return nullptr;
+  WAVEFORMATEX *wfx = ReadFormat(file, size);
+  if (wfx && IsUsable(*wfx) && riff_FindChunkHeaderInRIFF(file, kData, &size, nullptr) == S_OK) {
     *dataOffset = riff::Tell(file);
-    *frames = dataSize / wfx->nBlockAlign;
+    *frames = size / wfx->nBlockAlign;
+    return wfx;
   }
-  CloseHandle(file);
+  std::free(wfx);
+  return nullptr;
+}
+
+// The chunk budget of a file: its RIFF size, unless that is unset (0 or all
+// ones) or larger than the file, when the file's own size counts.
+LONG Budget(DWORD riffSize, uint64_t fileSize, bool *unset) {
+  *unset = riffSize == 0 || riffSize == 0xFFFFFFFF;
+  uint64_t budget = fileSize > 12 ? fileSize - 12 : 0;
+  if (!*unset && uint64_t(riffSize) - 4 < budget) budget = riffSize >= 4 ? riffSize - 4 : 0;
+  return budget > 0x7FFFFFF8 ? LONG(0x7FFFFFF8) : LONG(budget);
+}
+
+WAVEFORMATEX *ProbeEx(HANDLE file, tGVWAVEINFO *info) {
+  DWORD riffSize = 0, form = 0, size = 0;
+  riff_RestoreLocation(file, 0);
+  if (riff_ReadFileID(file, &riffSize, &form) != S_OK) return nullptr;
+  const uint64_t fileSize = FileSize(file);
+  bool unset = false;
+  const LONG budget = Budget(riffSize, fileSize, &unset);
+  LONG left = budget;
+  if (riff_FindChunkHeader(file, kFmt, &size, &left) != S_OK) return nullptr;
+  WAVEFORMATEX *wfx = ReadFormat(file, size);
+  if (!wfx) return nullptr;
+  info->wFileTag = wfx->wFormatTag;
+  if (wfx->wFormatTag == WAVE_FORMAT_EXTENSIBLE) {
+    if (GvAudio_ReduceExtensible(wfx, wfx, &info->dwChannelMask) != S_OK) {
+      std::free(wfx);
+      return nullptr;
+    }
+    info->dwFlags |= GVWAVE_EXTENSIBLE;
+  }
+  riff::SeekTo(file, 12);
+  left = budget;
+  if (!IsUsable(*wfx) || riff_FindChunkHeader(file, kData, &size, &left) != S_OK) {
+    std::free(wfx);
+    return nullptr;
+  }
+  info->nDataOffset = riff::Tell(file);
+  info->nDataSize = size;
+  const uint64_t present = fileSize - info->nDataOffset;
+  if (size == 0xFFFFFFFF || (size == 0 && present && unset)) {
+    info->dwFlags |= GVWAVE_STREAMED;  // read to the end of the file
+    info->nFrames = present / wfx->nBlockAlign;
+  } else if (size > present) {
+    info->dwFlags |= GVWAVE_TRUNCATED;
+    info->nFrames = present / wfx->nBlockAlign;
+  } else {
+    info->nFrames = size / wfx->nBlockAlign;
+  }
   return wfx;
 }
 
+}  // namespace
 }  // namespace gv::stream
 
 GVAPI(WAVEFORMATEX *) GvGetFileWfx(LPCSTR pszFile, ULONGLONG *pFrames, ULONGLONG *pDataOffset) {
   if (!pszFile) return nullptr;
+  HANDLE file = gv::stream::OpenForProbe(pszFile);
+  if (file == INVALID_HANDLE_VALUE) return nullptr;
   uint64_t frames = 0, offset = 0;
-  WAVEFORMATEX *wfx = gv::stream::ProbeWave(pszFile, &frames, &offset);
+  WAVEFORMATEX *wfx = gv::stream::Probe(file, &frames, &offset);
+  CloseHandle(file);
   if (wfx) {
     if (pFrames) *pFrames = frames;
     if (pDataOffset) *pDataOffset = offset;
   }
+  return wfx;
+}
+
+GVAPI(WAVEFORMATEX *) GvGetFileWfxEx(LPCSTR pszFile, tGVWAVEINFO *pInfo) {
+  if (!pszFile || !pInfo || pInfo->cbSize < sizeof(tGVWAVEINFO)) return nullptr;
+  tGVWAVEINFO info{};
+  info.cbSize = sizeof info;
+  HANDLE file = gv::stream::OpenForProbe(pszFile);
+  if (file == INVALID_HANDLE_VALUE) return nullptr;
+  WAVEFORMATEX *wfx = gv::stream::ProbeEx(file, &info);
+  CloseHandle(file);
+  if (wfx) *pInfo = info;
   return wfx;
 }

@@ -100,4 +100,15 @@ GVAPI(HRESULT) GvAudio_InitAttribs(tGVAUDIOATTRIBS *pAttr, DWORD cbAttr, DWORD d
 GVAPI(BOOL) GvIntersectRegionLongLong(tGVREGION64 *pOut, const tGVREGION64 *a,
                                       const tGVREGION64 *b);
 
+/* Reduces an extensible record (WAVE_FORMAT_EXTENSIBLE, as other tools
+ * write for 24-bit, 32-bit and multi-channel files) with a PCM or IEEE-float
+ * sub-format to the plain record with that tag and cbSize 0, wBitsPerSample
+ * being the container width (samples are left-justified in it). S_OK and
+ * *pChannelMask (optional) = the speaker mask; S_FALSE with a plain copy of
+ * the first 18 bytes when pwfx is not extensible; E_NOTIMPL for any other
+ * sub-format or a cbSize below 22; E_INVALIDARG for null pointers. The mask
+ * is 0 unless S_OK. */
+GVAPI(HRESULT) GvAudio_ReduceExtensible(const WAVEFORMATEX *pwfx, WAVEFORMATEX *pOut,
+                                        DWORD *pChannelMask);
+
 #endif /* GVAUDIO_H */

@@ -199,4 +199,30 @@ GVAPI(HRESULT) GvAudioStream_Stat(HGVAUDIOSTREAM hStream, DWORD a, DWORD b);
  * C runtime's free() (msvcrt). */
 GVAPI(WAVEFORMATEX *) GvGetFileWfx(LPCSTR pszFile, ULONGLONG *pFrames, ULONGLONG *pDataOffset);
 
+/* What GvGetFileWfxEx found besides the format. Set cbSize before the call. */
+typedef struct tGVWAVEINFO {
+  DWORD cbSize;         /* in: sizeof(tGVWAVEINFO) */
+  DWORD dwFlags;        /* GVWAVE_ flags */
+  DWORD dwChannelMask;  /* speaker mask of an extensible record, else 0 */
+  WORD wFileTag;        /* the tag as the file has it (0xFFFE: extensible) */
+  WORD wReserved;
+  ULONGLONG nFrames;     /* whole frames present (see the flags) */
+  ULONGLONG nDataOffset; /* offset of the first data byte */
+  ULONGLONG nDataSize;   /* the data chunk's size field as written */
+} tGVWAVEINFO;
+
+#define GVWAVE_EXTENSIBLE 0x1 /* reduced from WAVE_FORMAT_EXTENSIBLE */
+#define GVWAVE_STREAMED   0x2 /* data size left unset (all ones, or 0 with data after it
+                                 in a file whose RIFF size is unset): the data run to
+                                 the end of the file, and the file is fine */
+#define GVWAVE_TRUNCATED  0x4 /* the data size runs past the end of the file: damage;
+                                 nFrames counts what is there */
+
+/* As GvGetFileWfx, and also: extensible records with a PCM or IEEE-float
+ * sub-format, reduced with GvAudio_ReduceExtensible; chunks found within the
+ * file when the RIFF size is unset (0 or all ones) or larger than the file;
+ * streamed and truncated data as the flags say. *pInfo is written only when
+ * a record is returned. Free the record with free() (msvcrt). */
+GVAPI(WAVEFORMATEX *) GvGetFileWfxEx(LPCSTR pszFile, tGVWAVEINFO *pInfo);
+
 #endif /* GVSTREAM_H */
