@@ -17,12 +17,14 @@ install)  # the install tree every other case uses
   rm -rf "$prefix"
   cmake --install "$build" --prefix "$prefix" >/dev/null
   ;;
-no-build-path)  # import libraries do not carry the build folder's path
-  mangled=$(printf '%s' "$build" | tr -c 'A-Za-z0-9' '_')
-  for lib in "$prefix/lib/libGVTALC.dll.a" "$prefix/lib/GVTALC.lib"; do
-    if grep -q -a -F -e "$build" -e "$mangled" "$lib"; then
-      echo "$lib names the build folder"; exit 1
-    fi
+no-build-path)  # the import libraries name no folder of this machine
+  for dir in "$build" "$src"; do
+    mangled=$(printf '%s' "$dir" | tr -c 'A-Za-z0-9' '_')  # as dlltool names members
+    for lib in "$prefix/lib/libGVTALC.dll.a" "$prefix/lib/GVTALC.lib"; do
+      if grep -q -a -F -e "$dir" -e "$mangled" "$lib"; then
+        echo "$lib names $dir"; exit 1
+      fi
+    done
   done
   ;;
 link-mingw)  # cross gcc, flags from gvtalc.pc: -lGVTALC picks libGVTALC.dll.a
@@ -60,8 +62,9 @@ zip)  # the release archive: a stripped DLL that links to its debug file
   name=$(basename "$zip" .zip)
   unzip -q -d "$out" "$zip" "$name/bin/GVTALC.dll"
   sections=$(i686-w64-mingw32-objdump -h "$out/$name/bin/GVTALC.dll")
-  grep -q '\.gnu_debuglink' <<<"$sections"
-  ! grep -q '\.debug_info' <<<"$sections"
+  if ! grep -q '\.gnu_debuglink' <<<"$sections" || grep -q '\.debug_info' <<<"$sections"; then
+    echo "GVTALC.dll in $name.zip: not stripped, or no link to its debug file"; exit 1
+  fi
   ;;
 *)
   echo "unknown case $case"; exit 2
