@@ -13,8 +13,7 @@ out=$work/$case
 rm -rf "$out" && mkdir -p "$out"
 
 case $case in
-install)  # the install tree every other case uses
-  rm -rf "$prefix"
+install)  # the install tree every other case uses ($out is $prefix)
   cmake --install "$build" --prefix "$prefix" >/dev/null
   ;;
 no-build-path)  # the import libraries name no folder of this machine
@@ -47,7 +46,7 @@ link-msvc)  # clang and lld-link with SafeSEH on, against GVTALC.lib
 find-package)  # examples/ as a developer builds it: find_package against the install tree
   cmake -S "$src/examples" -B "$out" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
     -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-  cmake --build "$out"
+  cmake --build "$out" >/dev/null
   run "$out/gvexample.exe"
   ;;
 add-subdirectory)  # the library built inside a client project from its sources
