@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what the build and the tests need on a fresh Debian machine:
-# the MinGW-w64 i686 cross compilers, CMake, GoogleTest sources, Xvfb and
-# 32-bit Wine. Quick when everything is already there.
+# the MinGW-w64 i686 cross compilers, CMake, GoogleTest sources, Xvfb,
+# 32-bit Wine, and for the import libraries and the packaging tests LLVM
+# (llvm-dlltool), clang, lld (lld-link), pkg-config, zip and unzip. Quick when
+# everything is already there.
 set -euo pipefail
 
 need=()
@@ -9,6 +11,12 @@ command -v cmake >/dev/null 2>&1 || need+=(cmake)
 command -v i686-w64-mingw32-g++-posix >/dev/null 2>&1 || need+=(g++-mingw-w64-i686 binutils-mingw-w64-i686)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need+=(googletest)
 command -v xvfb-run >/dev/null 2>&1 || need+=(xvfb xauth)
+command -v llvm-dlltool >/dev/null 2>&1 || need+=(llvm)
+command -v lld-link >/dev/null 2>&1 || need+=(lld)
+command -v clang >/dev/null 2>&1 || need+=(clang)
+command -v pkg-config >/dev/null 2>&1 || need+=(pkgconf)
+command -v zip >/dev/null 2>&1 || need+=(zip)
+command -v unzip >/dev/null 2>&1 || need+=(unzip)
 have_wine=1
 { command -v wine >/dev/null 2>&1 && dpkg -s wine32:i386 >/dev/null 2>&1; } || have_wine=0
 
