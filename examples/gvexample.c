@@ -4,6 +4,7 @@
  * Building it: see README.md. GVTALC.dll must sit beside gvexample.exe or in
  * a folder on PATH. */
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "gvtalc.h"
@@ -12,29 +13,56 @@
 #define APP_VERSION 0x01000000 /* 1.0: its settings live under ...\GvExample\1.0 */
 #define METRIC_RUNS 1
 
-/* Prints the format of a WAVE file: finds its "fmt " chunk through the RIFF
- * layer and has the library describe it. */
+/* Opens a WAVE file as an audio stream in float32, whatever it holds, and
+ * prints its format and each channel's peak. */
 static int show_wave(const char *path) {
-  WAVEFORMATEX wfx;
-  DWORD size = 0;
+  tGVWAVEINFO info;
+  tGVAUDIOATTRIBS fileAttr;
+  HGVAUDIOSTREAM stream = NULL;
+  tGVCHANNELPEAK peaks[8];
+  WAVEFORMATEX client;
+  float block[4096];
+  DWORD flags, done = 0, frames, c;
   char text[128];
-  HRESULT hr;
-  HANDLE file = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, NULL, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, NULL);
-  if (file == INVALID_HANDLE_VALUE) {
-    fprintf(stderr, "%s: cannot open\n", path);
+  WAVEFORMATEX *wfx;
+
+  memset(&info, 0, sizeof info);
+  info.cbSize = sizeof info;
+  wfx = GvGetFileWfxEx(path, &info);
+  if (!wfx || wfx->nChannels > 8) {
+    fprintf(stderr, "%s: not a PCM WAVE file this example reads\n", path);
+    free(wfx);
     return 1;
   }
-  memset(&wfx, 0, sizeof wfx);
-  hr = riff_FindChunkHeaderInRIFF(file, GVRIFF_FOURCC('f', 'm', 't', ' '), &size, NULL);
-  if (hr == S_OK) hr = riff_ReadDataBounded(file, &wfx, sizeof wfx, size);
-  CloseHandle(file);
-  if (hr != S_OK) {
-    fprintf(stderr, "%s: no WAVE format found (0x%08lX)\n", path, (unsigned long)hr);
+  GvAudio_GetAttribsText(wfx, text, sizeof text);
+  printf("%s: %s, %lu frames\n", path, text, (unsigned long)info.nFrames);
+
+  /* The file's format as an attributes record; the stream converts to the
+   * client format (float32) on every read. */
+  flags = wfx->wFormatTag == WAVE_FORMAT_IEEE_FLOAT ? GVAA_FLOAT32 : 0;
+  if (wfx->wBitsPerSample == 8) flags |= GVAA_UNSIGNED8;
+  if (wfx->wBitsPerSample == 24) flags |= GVAA_PACKED24;
+  GvAudio_InitAttribs(&fileAttr, sizeof fileAttr, 0, flags, wfx->nSamplesPerSec,
+                      wfx->wBitsPerSample, wfx->nChannels);
+  client = *wfx;
+  client.wFormatTag = WAVE_FORMAT_IEEE_FLOAT;
+  client.wBitsPerSample = 32;
+  client.nBlockAlign = (WORD)(4 * wfx->nChannels);
+  free(wfx);
+  if (GvAudioStream_OpenFile(&stream, path, (DWORD)info.nDataOffset, (DWORD)info.nFrames,
+                             (DWORD)(info.nFrames >> 32), &fileAttr, 32, GVAA_FLOAT32, 0,
+                             GVAS_OPENREAD | GVAS_READONLY) != S_OK) {
+    fprintf(stderr, "%s: cannot open as a stream\n", path);
     return 1;
   }
-  GvAudio_GetAttribsText(&wfx, text, sizeof text);
-  printf("%s: %s\n", path, text);
+  /* One block's peaks; a real program would merge them over the whole file. */
+  frames = (DWORD)(sizeof block / sizeof block[0]) / client.nChannels;
+  GvAudioStream_Read(stream, block, frames, &done);
+  GvAudioStream_Close(stream);
+  if (GvAudio_FindPeaks(&client, 1, block, (int)done, peaks) == S_OK)
+    for (c = 0; c < client.nChannels; ++c)
+      printf("  channel %lu: peak %.3f in the first %lu frames\n", (unsigned long)c + 1,
+             peaks[c].fPeak, (unsigned long)done);
   return 0;
 }
 
