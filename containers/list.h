@@ -70,8 +70,17 @@ HRESULT Shrink(tGVLIST *l, int slots);
 // Reallocates the slot array to `capacity` slots (zero-filling new slots).
 HRESULT Reallocate(tGVLIST *l, int64_t capacity);
 
-// Inserts count slots' worth of bytes at index (clamped); caller holds the list.
+// Resizes a locked block from gv::GlobalAllocPtr to `bytes`; *block is the
+// block afterwards, still locked: the new one, or the old one on failure.
+bool ResizeGlobal(void **block, SIZE_T bytes, UINT flags);
+
+// The editing algorithms behind the exports; the caller holds the list and
+// has checked the arguments the exports check. Results as the exports'.
 HRESULT Insert(tGVLIST *l, int index, const void *items, int count);
+HRESULT Delete(tGVLIST *l, int index, int count, BOOL shrink);
+HRESULT Move(tGVLIST *l, int from, int to, int count);
+// Inserts every item of src at its sorted place in dest; the caller holds src.
+void SortInto(tGVLIST *dest, tGVLIST *src, GVLISTSORTPROC compare);
 
 // Sorted insertion index in the normalised range; caller holds the list.
 int SortedInsertIndex(tGVLIST *l, const void *key, int start, int count,

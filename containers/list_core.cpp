@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "containers/list.h"
+#include "kernel/gmem.h"
 
 using gv::list::Access;
 
@@ -27,12 +28,8 @@ void FreeRecord(tGVLIST *l) {
       }
     }
   }
-  if (l->slots) {
-    HGLOBAL h = GlobalHandle(l->slots);
-    GlobalUnlock(h);
-    GlobalFree(h);
-    l->slots = nullptr;
-  }
+  gv::GlobalFreePtr(l->slots);
+  l->slots = nullptr;
   l->signature = 0;
 }
 
@@ -64,10 +61,9 @@ GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, i
     free(l);
     return E_OUTOFMEMORY;
   }
-  HGLOBAL h = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, static_cast<SIZE_T>(capacity * l->slotSize));
-  l->slots = h ? GlobalLock(h) : nullptr;
+  l->slots = gv::GlobalAllocPtr(GMEM_MOVEABLE | GMEM_ZEROINIT,
+                               static_cast<SIZE_T>(capacity * l->slotSize));
   if (!l->slots) {
-    if (h) GlobalFree(h);
     free(l);
     return E_OUTOFMEMORY;
   }

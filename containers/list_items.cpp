@@ -72,12 +72,9 @@ GVAPI(HRESULT) GvList_ReAllocItem(tGVLIST *list, int index, DWORD size) {
   if (list->itemHeap) {
     resized = HeapReAlloc(list->itemHeap, list->itemAllocFlags, block, size);
   } else {
-    HGLOBAL h = GlobalHandle(block);
-    if (!h) return E_FAIL;
-    GlobalUnlock(h);
-    HGLOBAL moved = GlobalReAlloc(h, size, gv::list::GlobalFlags(list));
-    resized = GlobalLock(moved ? moved : h);
-    if (!moved) resized = nullptr;
+    if (!GlobalHandle(block)) return E_FAIL;
+    resized = block;
+    if (!gv::list::ResizeGlobal(&resized, size, gv::list::GlobalFlags(list))) resized = nullptr;
   }
   if (!resized) return E_OUTOFMEMORY;
   gv::list::Store(list, index, resized);
