@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "support/cases.h"
@@ -18,18 +19,18 @@ using gvtest::Values;
 
 TEST(ListCreate, ClampsCountAndGrowthSizesSlotsAndRefusesBadOptions) {
   const DWORD owned = GVLIST_OWNITEMS, heap = GVLIST_OWNITEMS | GVLIST_PRIVATEHEAP;
-  const struct { int itemSize, initial, growth; DWORD options; HRESULT result;
-                 DWORD slotSize; LONG capacity, step; } cases[] = {
+  const DWORD in = GVLIST_INLINE, safe = GVLIST_THREADSAFE;
+  const struct { int itemSize, initial, growth; DWORD options, slotSize; LONG capacity, step;
+                 HRESULT result = S_OK; } cases[] = {
       // Defaults; whole steps; both raised to 4; negatives read as defaults.
-      {0, 0, 0, 0, S_OK, 4, 16, 16},   {0, 20, 8, 0, S_OK, 4, 24, 8},   {0, 1, 1, 0, S_OK, 4, 4, 4},
-      {0, -5, -5, 0, S_OK, 4, 16, 16}, {0, 16, 100000, 0, S_OK, 4, 66560, 66560},
-      {0, 66561, 66560, 0, S_OK, 4, 133120, 66560},  {123, 3, 5, 0, S_OK, 4, 5, 5},
-      {1, 4, 4, GVLIST_INLINE, S_OK, 4, 4, 4},      {5, 4, 4, GVLIST_INLINE, S_OK, 8, 4, 4},
-      {8, 4, 4, GVLIST_INLINE, S_OK, 8, 4, 4},      {513, 9, 4, GVLIST_INLINE, S_OK, 516, 12, 4},
-      {99, 4, 4, owned, S_OK, 4, 4, 4},             {0, 4, 4, heap | GVLIST_THREADSAFE, S_OK, 4, 4, 4},
-      {0, 0, 0, 0x01000100 | GVLIST_THREADSAFE, S_OK, 4, 16, 16},  // unknown bits are kept
-      {4, 0, 0, 0x6, E_FAIL, 0, 0, 0},               {0, 0, 0, GVLIST_INLINE, E_FAIL, 0, 0, 0},
-      {0x7FFFFFF0, 66560, 66560, GVLIST_INLINE, E_OUTOFMEMORY, 0, 0, 0},  // huge: no crash
+      {0, 0, 0, 0, 4, 16, 16},         {0, 20, 8, 0, 4, 24, 8},       {0, 1, 1, 0, 4, 4, 4},
+      {0, -5, -5, 0, 4, 16, 16},       {0, 16, 100000, 0, 4, 66560, 66560},
+      {0, 66561, 66560, 0, 4, 133120, 66560},  {123, 3, 5, 0, 4, 5, 5},  // size: inline only
+      {1, 4, 4, in, 4, 4, 4},          {5, 4, 4, in, 8, 4, 4},        {8, 4, 4, in, 8, 4, 4},
+      {513, 9, 4, in, 516, 12, 4}, {99, 4, 4, owned, 4, 4, 4}, {0, 4, 4, heap | safe, 4, 4, 4},
+      {0, 0, 0, 0x01000100 | safe, 4, 16, 16},  // unknown bits are kept
+      {4, 0, 0, in | owned, 0, 0, 0, E_FAIL},   {0, 0, 0, in, 0, 0, 0, E_FAIL},
+      {0x7FFFFFF0, 66560, 66560, in, 0, 0, 0, E_OUTOFMEMORY},  // huge: refused, no crash
   };
   FOR_EACH_CASE(cases) {
     tGVLIST *list = reinterpret_cast<tGVLIST *>(0xdeadbeef);
@@ -39,17 +40,14 @@ TEST(ListCreate, ClampsCountAndGrowthSizesSlotsAndRefusesBadOptions) {
       EXPECT_EQ(list, nullptr);
       continue;
     }
-    EXPECT_EQ(memcmp(&list->signature, "VORN", 4), 0);
-    EXPECT_EQ(list->slotSize, c.slotSize);
-    EXPECT_EQ(list->allocated, c.capacity);
-    EXPECT_EQ(list->growth, c.step);
+    EXPECT_EQ(std::make_tuple(list->slotSize, list->allocated, list->growth),
+              std::make_tuple(c.slotSize, c.capacity, c.step));
     EXPECT_TRUE(Contents(list).empty());
     EXPECT_EQ(GvList_GetCreateOptions(list), c.options);
     EXPECT_EQ(list->ownerThread, GetCurrentThread());
-    bool own = (c.options & owned) != 0;
-    EXPECT_EQ(list->itemAllocFlags, own ? 9u : 0u);
-    EXPECT_EQ(list->itemFreeFlags, own ? 1u : 0u);
-    EXPECT_EQ(list->itemHeap != nullptr, own && (c.options & GVLIST_PRIVATEHEAP) != 0);
+    const bool own = (c.options & owned) != 0;
+    EXPECT_EQ(std::make_tuple(list->itemAllocFlags, list->itemFreeFlags, list->itemHeap != nullptr),
+              std::make_tuple(own ? 9u : 0u, own ? 1u : 0u, own && (c.options & heap) == heap));
     EXPECT_EQ(GvList_Destroy(list), S_OK);
   }
   EXPECT_EQ(GvList_CreateEx(nullptr, 4, 0, 0, 0, nullptr, 0), E_FAIL);
@@ -102,94 +100,65 @@ TEST(ListFields, IsListUserDataIndexesAndFileAndLine) {
   GvList_Destroy(list);
 }
 
-TEST(ListCapacity, ChangesInWholeGrowthStepsNeverBelowCount) {
-  // The list starts at 32 slots, growth 8, holding `count` items.
-  const struct { int count, request; bool grow; HRESULT result; LONG capacity; } cases[] = {
-      {0, 0, true, S_OK, 40},     {0, -3, true, S_OK, 40},    {0, 1, true, S_OK, 40},
-      {0, 8, true, S_OK, 40},     {0, 9, true, S_OK, 48},     {0, 17, true, S_OK, 56},
-      {10, -1, false, S_OK, 16},  {10, 22, false, S_OK, 16},  {10, 16, false, S_OK, 16},
-      {10, 15, false, S_OK, 16},  {10, 7, false, S_OK, 24},   {10, 1, false, S_OK, 24},
-      {10, 0, false, S_OK, 32},   {30, -1, false, S_OK, 32},  {0, -1, false, S_OK, 0},
-      {10, 100, false, S_OK, 16}, {3, INT_MAX, true, E_OUTOFMEMORY, 32},  // list left as it was
-  };
-  FOR_EACH_CASE(cases) {
-    Values v(c.count);
-    for (int k = 0; k < c.count; ++k) v[k] = k + 1;
-    tGVLIST *list = MakeList(v, 0, 32, 8);
-    void *slots = list->slots;
-    EXPECT_EQ(c.grow ? GvList_GrowAllocated(list, c.request)
-                     : GvList_ShrinkAllocated(list, c.request), c.result);
-    EXPECT_EQ(list->allocated, c.capacity);
-    EXPECT_EQ(Contents(list), v);
-    EXPECT_TRUE(SUCCEEDED(c.result) || list->slots == slots);
-    GvList_Destroy(list);
-  }
-  // An emptied slot array grows again on insertion.
-  tGVLIST *list = MakeList({}, 0, 4, 4);
-  ASSERT_EQ(GvList_ShrinkAllocated(list, -1), S_OK);
-  EXPECT_EQ(GvList_AllocSize(list, -1), 76u);
-  DWORD v = 7;
-  ASSERT_EQ(GvList_InsertList(list, 0, &v, 1), S_OK);
-  EXPECT_EQ(list->allocated, 4);
-  EXPECT_EQ(GVLIST_ITEM(list, 0), (void *)7);
-  GvList_Destroy(list);
-}
-
 Values Of(const std::string &letters) { return Values(letters.begin(), letters.end()); }
 
-// Insertion ('i': at a, n items "ABC..."), deletion ('d': at a, b items,
-// shrink n) and moving ('m': from a to b, n items) on lists of letters that
-// start at 8 slots, growth 4. Failures leave the list as it was.
-TEST(ListEdit, InsertDeleteAndMoveRanges) {
-  const struct { char op; const char *before; int a, b, n; HRESULT result; LONG capacity;
-                 const char *after; } cases[] = {
-      {'i', "abc", 0, 0, 1, S_OK, 8, "Aabc"},        {'i', "abc", 1, 0, 2, S_OK, 8, "aABbc"},
-      {'i', "abc", 3, 0, 1, S_OK, 8, "abcA"},        {'i', "abc", -1, 0, 1, S_OK, 8, "abcA"},
-      {'i', "abc", 4, 0, 1, S_OK, 8, "abcA"},        {'i', "abc", 1000, 0, 2, S_OK, 8, "abcAB"},
-      {'i', "abc", INT_MIN, 0, 1, S_OK, 8, "abcA"},  {'i', "", -1, 0, 8, S_OK, 8, "ABCDEFGH"},
+// On lists of letters ("abcde" unless given) that start at 8 slots, growth
+// 4: growth ('g', by a) and shrinking ('s', by a) of the slot array,
+// insertion ('i': at a, b items "ABC..."), deletion ('d': at a, b items; 'D'
+// shrinks too) and moving ('m': from a to b, n items). Failures leave the
+// list as it was.
+TEST(ListEdit, CapacityInsertDeleteAndMove) {
+  const HRESULT ok = S_OK, no = E_FAIL, oom = E_OUTOFMEMORY;
+  const char *const e = "abcde", *const z = "";
+  const struct { char op; int a, b, n; HRESULT result; const char *after; LONG capacity = 8;
+                 const char *before = "abcde"; } cases[] = {
+      // Whole growth steps (a step for 0 or less), never below the count or
+      // past the free slots; a negative shrink means all free slots.
+      {'g', 0, 0, 0, ok, z, 12, z}, {'g', -3, 0, 0, ok, z, 12, z}, {'g', 1, 0, 0, ok, z, 12, z},
+      {'g', 4, 0, 0, ok, z, 12, z}, {'g', 5, 0, 0, ok, z, 16, z}, {'g', 9, 0, 0, ok, z, 20, z},
+      {'s', -1, 0, 0, ok, z, 0, z}, {'s', 5, 0, 0, ok, z, 0, z}, {'s', 4, 0, 0, ok, z, 4, z},
+      {'s', 3, 0, 0, ok, z, 4, z},   {'s', 0, 0, 0, ok, z, 8, z},   {'s', -1, 0, 0, ok, e},
+      {'s', -1, 0, 0, ok, "ab", 4, "ab"}, {'s', 100, 0, 0, ok, "ab", 4, "ab"},
+      {'g', INT_MAX, 0, 0, oom, e},
+      {'i', 0, 1, 0, ok, "Aabcde"},    {'i', 1, 2, 0, ok, "aABbcde"},  {'i', 5, 1, 0, ok, "abcdeA"},
+      {'i', -1, 1, 0, ok, "abcdeA"}, {'i', 6, 1, 0, ok, "abcdeA"}, {'i', 1000, 2, 0, ok, "abcdeAB"},
+      {'i', INT_MIN, 1, 0, ok, "abcdeA"}, {'i', -1, 8, 0, ok, "ABCDEFGH", 8, z},
       // Growth only for the missing slots, in whole steps.
-      {'i', "abcdefgh", -1, 0, 5, S_OK, 16, "abcdefghABCDE"},
-      {'i', "ab", 1, 0, 7, S_OK, 12, "aABCDEFGb"},
+      {'i', -1, 5, 0, ok, "abcdefghABCDE", 16, "abcdefgh"},
+      {'i', 1, 7, 0, ok, "aABCDEFGb", 12, "ab"},
       // Far fewer items than the huge counts claim: they must not be read.
-      {'i', "abc", 0, 0, -1, E_FAIL, 8, "abc"},      {'i', "abc", 0, 0, 0, S_OK, 8, "abc"},
-      {'i', "abc", 0, 0, 0x40000000, E_OUTOFMEMORY, 8, "abc"},
-      {'i', "abc", 0, 0, INT_MAX, E_OUTOFMEMORY, 8, "abc"},
-      {'d', "abcde", 0, 1, 0, S_OK, 8, "bcde"},     {'d', "abcde", 1, 2, 0, S_OK, 8, "ade"},
-      {'d', "abcde", 3, 10, 0, S_OK, 8, "abc"},     {'d', "abcde", 2, -1, 0, S_OK, 8, "ab"},
-      {'d', "abcde", 4, -1, 0, S_OK, 8, "abcd"},    {'d', "abcde", 5, 1, 0, E_FAIL, 8, "abcde"},
-      {'d', "abcde", -1, 1, 0, E_FAIL, 8, "abcde"}, {'d', "abcde", 7, 0, 0, S_OK, 8, "abcde"},
-      {'d', "abcde", -9, 0, 0, S_OK, 8, "abcde"},   {'d', "abcde", 9, -1, 0, S_OK, 8, "abcde"},
-      {'d', "abcde", -1, -1, 0, E_FAIL, 8, "abcde"}, {'d', "abcde", 0, -1, 0, S_OK, 8, ""},
-      {'d', "", 7, 0, 0, S_OK, 8, ""},              {'d', "", -1, 1, 0, E_FAIL, 8, ""},
-      {'d', "", 0, 1, 0, E_FAIL, 8, ""},
-      {'d', "abcde", INT_MIN, -1, 0, E_FAIL, 8, "abcde"},  // "to the end" from far before
+      {'i', 0, -1, 0, no, e},          {'i', 0, 0, 0, ok, e},
+      {'i', 0, 0x40000000, 0, oom, e}, {'i', 0, INT_MAX, 0, oom, e},
+      {'d', 0, 1, 0, ok, "bcde"},      {'d', 1, 2, 0, ok, "ade"},      {'d', 3, 10, 0, ok, "abc"},
+      {'d', 2, -1, 0, ok, "ab"},       {'d', 4, -1, 0, ok, "abcd"},    {'d', 5, 1, 0, no, e},
+      {'d', -1, 1, 0, no, e},          {'d', 7, 0, 0, ok, e},          {'d', -9, 0, 0, ok, e},
+      {'d', 9, -1, 0, ok, e},          {'d', -1, -1, 0, no, e},        {'d', 0, -1, 0, ok, z},
+      {'d', 7, 0, 0, ok, z, 8, z}, {'d', -1, 1, 0, no, z, 8, z}, {'d', 0, 1, 0, no, z, 8, z},
+      {'d', INT_MIN, -1, 0, no, e},    // "to the end" from far before is not empty
       // Shrinking needs more than one step free, and gives back whole steps.
-      {'d', "abcde", 4, -1, 1, S_OK, 8, "abcd"},    {'d', "abcde", 3, -1, 1, S_OK, 4, "abc"},
-      {'d', "abcde", 0, -1, 1, S_OK, 0, ""},
-      {'m', "abcde", 0, 3, 2, S_OK, 8, "cdeab"},    {'m', "abcde", 3, 0, 2, S_OK, 8, "deabc"},
-      {'m', "abcde", 1, 2, 1, S_OK, 8, "acbde"},    {'m', "abcde", 2, 1, 1, S_OK, 8, "acbde"},
-      {'m', "abcde", 0, 4, 1, S_OK, 8, "bcdea"},    {'m', "abcde", 4, 0, 1, S_OK, 8, "eabcd"},
-      {'m', "abcde", 0, 1, 4, S_OK, 8, "eabcd"},    {'m', "abcde", 2, 2, 3, S_OK, 8, "abcde"},
-      {'m', "abcde", 1, 3, 0, S_OK, 8, "abcde"},    {'m', "abcde", 0, 3, 3, E_FAIL, 8, "abcde"},
-      {'m', "abcde", 4, 0, 2, E_FAIL, 8, "abcde"},  {'m', "abcde", -1, 0, 1, E_FAIL, 8, "abcde"},
-      {'m', "abcde", 0, -1, 1, E_FAIL, 8, "abcde"}, {'m', "abcde", 1, 3, -1, S_OK, 8, "adebc"},
-      {'m', "abcde", 3, 1, -1, S_OK, 8, "adebc"},   {'m', "abcde", 0, 5, -1, S_OK, 8, "abcde"},
-      {'m', "abcde", 0, 6, -1, S_OK, 8, "abcde"},   {'m', "abcde", 0, 5, 1, E_FAIL, 8, "abcde"},
+      {'D', 4, -1, 0, ok, "abcd"},     {'D', 3, -1, 0, ok, "abc", 4},  {'D', 0, -1, 0, ok, z, 0},
+      {'m', 0, 3, 2, ok, "cdeab"},     {'m', 3, 0, 2, ok, "deabc"},    {'m', 1, 2, 1, ok, "acbde"},
+      {'m', 2, 1, 1, ok, "acbde"},     {'m', 0, 4, 1, ok, "bcdea"},    {'m', 4, 0, 1, ok, "eabcd"},
+      {'m', 0, 1, 4, ok, "eabcd"},     {'m', 2, 2, 3, ok, e},          {'m', 1, 3, 0, ok, e},
+      {'m', 0, 3, 3, no, e},           {'m', 4, 0, 2, no, e},          {'m', -1, 0, 1, no, e},
+      {'m', 0, -1, 1, no, e},          {'m', 1, 3, -1, ok, "adebc"},   {'m', 3, 1, -1, ok, "adebc"},
+      {'m', 0, 5, -1, ok, e},          {'m', 0, 6, -1, ok, e},         {'m', 0, 5, 1, no, e},
       // Negative indexes: an empty block or from == to succeeds as for any
       // index, a real block before the first item is refused.
-      {'m', "abcde", -2, -2, 1, S_OK, 8, "abcde"},  {'m', "abcde", -1, 0, 0, S_OK, 8, "abcde"},
-      {'m', "abcde", INT_MIN, INT_MIN, -1, S_OK, 8, "abcde"},
-      {'m', "abcde", INT_MIN, 0, -1, E_FAIL, 8, "abcde"},
+      {'m', -2, -2, 1, ok, e},         {'m', -1, 0, 0, ok, e},         {'m', INT_MIN, 0, -1, no, e},
+      {'m', INT_MIN, INT_MIN, -1, ok, e},
   };
   const Values items = Of("ABCDEFGHIJ");
   FOR_EACH_CASE(cases) {
     tGVLIST *list = MakeList(Of(c.before), 0, 8, 4);
     void *slots = list->slots;
-    EXPECT_EQ(c.op == 'i'   ? GvList_InsertList(list, c.a, items.data(), c.n)
-              : c.op == 'd' ? GvList_DeleteList(list, c.a, c.b, c.n)
-                            : GvList_MoveRange(list, c.a, c.b, c.n),
+    EXPECT_EQ(c.op == 'g'   ? GvList_GrowAllocated(list, c.a)
+              : c.op == 's' ? GvList_ShrinkAllocated(list, c.a)
+              : c.op == 'i' ? GvList_InsertList(list, c.a, items.data(), c.b)
+              : c.op == 'm' ? GvList_MoveRange(list, c.a, c.b, c.n)
+                            : GvList_DeleteList(list, c.a, c.b, c.op == 'D'),
               c.result);
-    EXPECT_EQ(gvtest::Letters(list), c.after);  // vacated slots are zero again
+    EXPECT_EQ(gvtest::Letters(list), c.after);  // free slots, new or vacated, are zero
     EXPECT_EQ(list->allocated, c.capacity);
     EXPECT_TRUE(SUCCEEDED(c.result) || list->slots == slots);
     GvList_Destroy(list);
@@ -198,6 +167,11 @@ TEST(ListEdit, InsertDeleteAndMoveRanges) {
   EXPECT_EQ(GvList_InsertList(list, 0, nullptr, 1), E_FAIL);
   EXPECT_EQ(GvList_InsertList(list, 0, nullptr, 0), S_OK);
   EXPECT_EQ(gvtest::Letters(list), "abc");
+  // An emptied slot array grows again.
+  ASSERT_EQ(GvList_DeleteList(list, 0, -1, TRUE) | GvList_ShrinkAllocated(list, -1), S_OK);
+  EXPECT_EQ(GvList_AllocSize(list, -1), 76u);
+  ASSERT_EQ(GvList_InsertList(list, 0, items.data(), 1), S_OK);
+  EXPECT_EQ(gvtest::Letters(list) + std::to_string(list->allocated), "A16");
   GvList_Destroy(list);
 }
 

@@ -34,7 +34,8 @@ int CALLBACK CompareKeys(DWORD criteria, const void *a, const void *b) {
 const void *Key(int key) { return (const void *)(INT_PTR)(key * 1000); }
 
 TEST(ListSortedSearch, FollowsLowerMiddleProbeSequence) {
-  const std::vector<int> dup = {1, 2, 2, 2, 3, 5, 5, 8}, five4(4, 5), five5(5, 5), tens = {10, 20, 30};
+  const std::vector<int> dup = {1, 2, 2, 2, 3, 5, 5, 8}, five4(4, 5), five5(5, 5),
+                         tens = {10, 20, 30};
   // found: GvList_FindSortedItemRange; probes: positions compared, in order;
   // insertAt: GvList_FindSortedInsertIndexRange.
   const struct { std::vector<int> keys; int key, start, count, found; std::vector<int> probes;
@@ -109,16 +110,16 @@ int CALLBACK CompareFirstWord(DWORD, const void *a, const void *b) {
 // Inline items are whole slots everywhere: copied, compared, handed to
 // callbacks as slot pointers, swapped and copied by the sorts.
 TEST(ListInline, EveryCallWorksOnWholeSlots) {
-  tGVLIST *list = MakeList({}, GVLIST_INLINE, 0, 0, 6), *dest = MakeList({}, GVLIST_INLINE, 0, 0, 8);
+  tGVLIST *list = MakeList({}, GVLIST_INLINE, 0, 0, 6);
   ASSERT_EQ(list->slotSize, 8u);
   ASSERT_EQ(GvList_InsertList(list, -1, "abcdef\0\0abcdef\0\0", 2), S_OK);
   ASSERT_EQ(GvList_InsertList(list, 1, "abcdef\0X", 1), S_OK);
   EXPECT_EQ(memcmp(list->slots, "abcdef\0\0abcdef\0Xabcdef\0\0", 24), 0);
   EXPECT_EQ(GVLIST_ITEM(list, 1), (BYTE *)list->slots + 8);
-  const struct { int start; const char *item; int expected; } finds[] = {
+  const struct { int from; const char *item; int at; } finds[] = {
       {0, "abcdef\0\0", 0}, {1, "abcdef\0\0", 2}, {0, "abcdef\0X", 1}, {0, "abcdeg\0\0", -1},
       {0, nullptr, -1}};
-  FOR_EACH_CASE(finds) EXPECT_EQ(GvList_FindSpecificItemRange(list, c.start, -1, c.item), c.expected);
+  FOR_EACH_CASE(finds) EXPECT_EQ(GvList_FindSpecificItemRange(list, c.from, -1, c.item), c.at);
   g_matched.clear();
   EXPECT_EQ(GvList_FindItemRange(list, 1, -1, nullptr, MatchEqual), -1);
   EXPECT_EQ(g_matched, (Values{(DWORD)(UINT_PTR)GVLIST_SLOT(list, 1),
@@ -126,6 +127,7 @@ TEST(ListInline, EveryCallWorksOnWholeSlots) {
   GvList_Destroy(list);
   const Values items = {3, 0x33, 1, 0x11, 2, 0x22}, sorted = {1, 0x11, 2, 0x22, 3, 0x33};
   list = MakeList(items, GVLIST_INLINE, 0, 0, 8);
+  tGVLIST *dest = MakeList({}, GVLIST_INLINE, 0, 0, 8);
   ASSERT_EQ(GvList_SortTo(dest, list, 0, CompareFirstWord), S_OK);
   EXPECT_EQ(Contents(dest), sorted);
   ASSERT_EQ(GvList_Sort(list, 0, CompareFirstWord), S_OK);

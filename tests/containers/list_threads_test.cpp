@@ -1,6 +1,5 @@
 // Lists used from several threads: the locked list under mixed load, its
-// lock held across callbacks, and the unlocked list's acceptance of calls
-// from any thread.
+// lock held across callbacks, and unlocked lists serving any thread.
 #include <gtest/gtest.h>
 
 #include <process.h>
@@ -57,7 +56,8 @@ TEST(ListThreads, FourThreadsMixedCallsEndWithExactContents) {
       failures[t] += GvList_FindSortedItemRange(list, Key(v), 0, -1, CompareValues) < 0;
       if (round & 1) {
         EnterCriticalSection(&list->lock);
-        int found = GvList_FindSortedItemRange(list, Key(Value(round - 1, t)), 0, -1, CompareValues);
+        DWORD old = Value(round - 1, t);
+        int found = GvList_FindSortedItemRange(list, Key(old), 0, -1, CompareValues);
         failures[t] += found < 0 || GvList_DeleteList(list, found, 1, TRUE) != S_OK;
         LeaveCriticalSection(&list->lock);
       }
@@ -82,26 +82,6 @@ TEST(ListThreads, FourThreadsMixedCallsEndWithExactContents) {
   EXPECT_EQ(GvList_Destroy(list), S_OK);
 }
 
-// Unlocked lists compare thread pseudo-handles, which are the same in every
-// thread: a call from another thread is served.
-TEST(ListThreads, UnlockedListServesCallsFromAnotherThread) {
-  tGVLIST *list = gvtest::MakeList({});
-  HRESULT inserted = E_UNEXPECTED;
-  int found = -2;
-  auto body = [&] {
-    DWORD v = 77;
-    inserted = GvList_InsertList(list, -1, &v, 1);
-    found = GvList_FindSpecificItemRange(list, 0, -1, (void *)77);
-  };
-  HANDLE thread = Start(body);
-  ASSERT_NE(thread, nullptr);
-  ASSERT_EQ(WaitForSingleObject(thread, 10000), WAIT_OBJECT_0);
-  CloseHandle(thread);
-  EXPECT_EQ(inserted, S_OK);
-  EXPECT_EQ(found, 0);
-  EXPECT_EQ(GvList_Destroy(list), S_OK);
-}
-
 HANDLE g_inCallback, g_release;
 
 int CALLBACK HoldInCallback(const void *, const void *) {
@@ -111,14 +91,21 @@ int CALLBACK HoldInCallback(const void *, const void *) {
 }
 
 // The lock is held across callbacks: another thread's call waits until the
-// callback returns.
-TEST(ListThreads, LockIsHeldAcrossCallbacks) {
-  tGVLIST *list = gvtest::MakeList({1}, GVLIST_THREADSAFE);
+// callback returns. An unlocked list compares thread pseudo-handles, which
+// are the same in every thread, so it serves that thread's calls too.
+TEST(ListThreads, LockIsHeldAcrossCallbacksAndUnlockedListsServeAnyThread) {
+  tGVLIST *list = gvtest::MakeList({1}, GVLIST_THREADSAFE), *unlocked = gvtest::MakeList({});
   DWORD five = 5;
+  HRESULT inserted = E_UNEXPECTED;
+  int found = -2;
   g_inCallback = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   g_release = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   auto search = [&] { GvList_FindItemRange(list, 0, -1, nullptr, HoldInCallback); };
-  auto insert = [&] { GvList_InsertList(list, -1, &five, 1); };
+  auto insert = [&] {
+    GvList_InsertList(list, -1, &five, 1);
+    inserted = GvList_InsertList(unlocked, -1, &five, 1);
+    found = GvList_FindSpecificItemRange(unlocked, 0, -1, (void *)5);
+  };
   HANDLE searcher = Start(search);
   ASSERT_EQ(WaitForSingleObject(g_inCallback, 10000), WAIT_OBJECT_0);
   HANDLE inserter = Start(insert);
@@ -129,8 +116,10 @@ TEST(ListThreads, LockIsHeldAcrossCallbacks) {
   HANDLE both[2] = {searcher, inserter};
   ASSERT_EQ(WaitForMultipleObjects(2, both, TRUE, 10000), WAIT_OBJECT_0);
   EXPECT_EQ(list->count, 2);
+  EXPECT_EQ(inserted, S_OK);
+  EXPECT_EQ(found, 0);
   for (HANDLE h : {searcher, inserter, g_inCallback, g_release}) CloseHandle(h);
-  GvList_Destroy(list);
+  for (tGVLIST *l : {list, unlocked}) EXPECT_EQ(GvList_Destroy(l), S_OK);
 }
 
 }  // namespace

@@ -140,8 +140,9 @@ TEST_F(Mru, DataFollowsTheSlotOfAListedName) {
   Write("3000", REG_DWORD, &negative, sizeof negative);
   EXPECT_EQ(GvAddMRUNames(List(), "c"), 1);  // [c, a, b]: slot 1 now holds "a"
   const char *values[] = {"B2500", "B2501", "B2502", "3000", "3001", "3002"};
-  const Names stored = {kMissing, gvtest::Typed(REG_BINARY, block), gvtest::Typed(REG_BINARY, "12345"),
-                        DwordText(negative), DwordText(6), DwordText(5)};
+  const Names stored = {kMissing,          gvtest::Typed(REG_BINARY, block),
+                        gvtest::Typed(REG_BINARY, "12345"), DwordText(negative),
+                        DwordText(6),      DwordText(5)};
   FOR_EACH_CASE(values) EXPECT_EQ(Stored(c), stored[i]);
   // size: GvGetMRUNamesDataSize, all ones for a found name with a size of 0
   // or more (kept so), 0 for a negative one and for a name not found, whose
@@ -154,7 +155,8 @@ TEST_F(Mru, DataFollowsTheSlotOfAListedName) {
     memset(buffer, 0xCC, sizeof buffer);
     EXPECT_EQ(GvGetMRUNamesData(List(), c.name, buffer, c.buffer), c.read);
     const std::string want = (c.read == 6 ? block : c.read ? "12345" : "") +
-                             std::string(c.buffer - c.read, '\0') + std::string(12 - c.buffer, '\xCC');
+                             std::string(c.buffer - c.read, '\0') +
+                             std::string(12 - c.buffer, '\xCC');
     EXPECT_EQ(std::string((char *)buffer, 12), want);
     DWORD size = 0xdeadbeef;
     EXPECT_EQ(GvGetMRUNamesDataSize(List(), c.name, &size), S_OK);

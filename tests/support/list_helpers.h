@@ -18,7 +18,8 @@ using Values = std::vector<DWORD>;
 inline tGVLIST *MakeList(const Values &words, DWORD options = 0, int initial = 16, int growth = 16,
                          int itemSize = 0) {
   tGVLIST *list = nullptr;
-  if (GvList_CreateEx(&list, itemSize, initial, growth, options, nullptr, 0) != S_OK) return nullptr;
+  if (GvList_CreateEx(&list, itemSize, initial, growth, options, nullptr, 0) != S_OK)
+    return nullptr;
   int items = static_cast<int>(words.size() * 4 / list->slotSize);
   EXPECT_EQ(items > 0 ? GvList_InsertList(list, -1, words.data(), items) : S_OK, S_OK);
   return list;

@@ -55,7 +55,9 @@ bool WriteValue(HKEY root, const std::string &path, const std::string &name, DWO
   return err == ERROR_SUCCESS;
 }
 
-std::string Typed(DWORD type, const std::string &bytes) { return std::to_string(type) + ":" + bytes; }
+std::string Typed(DWORD type, const std::string &bytes) {
+  return std::to_string(type) + ":" + bytes;
+}
 std::string DwordText(DWORD value) {
   return Typed(REG_DWORD, std::string(reinterpret_cast<const char *>(&value), 4));
 }
