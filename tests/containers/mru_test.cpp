@@ -104,6 +104,9 @@ TEST_F(Mru, AddingPutsTheNameFirstAndShiftsOnlyWhatWasAboveIt) {
     EXPECT_EQ(Slots(static_cast<int>(c.slots.size())), c.slots);
   }
   EXPECT_TRUE(Load(10).empty()) << "capacity 0 loads nothing";
+  ListOf(3, {"b", "a"});  // no name at all would hide the list behind an empty slot
+  EXPECT_EQ(GvAddMRUNames(List(), nullptr), 0);
+  EXPECT_EQ(Slots(3), (Names{"a", "b", kMissing}));
   gvtest::RemoveEverywhere(path_);  // the default capacity keeps fifteen names
   Names fifteen(1, kMissing);
   for (int i = 0; i < 17; ++i) {
@@ -116,6 +119,7 @@ TEST_F(Mru, AddingPutsTheNameFirstAndShiftsOnlyWhatWasAboveIt) {
 TEST_F(Mru, LoadReturnsNamesInOrderUpToTheMaximumButAlwaysOneAndSkipsGaps) {
   EXPECT_TRUE(Load(0).empty());
   ListOf(4, {"c", "b", "a"});
+  EXPECT_EQ(GvLoadMRUNames(List(), nullptr, 5), 0);
   const struct { int maxCount; Names names; } cases[] = {  // the maximum is tested after a store
       {10, {"a", "b", "c"}}, {3, {"a", "b", "c"}}, {2, {"a", "b"}}, {1, {"a"}}, {0, {"a"}},
       {-1, {"a"}}};
@@ -179,13 +183,6 @@ TEST_F(Mru, DataFollowsTheSlotOfAListedName) {
   EXPECT_EQ(GvGetMRUNamesData(List(), "c", buffer, sizeof buffer), 0u);
   EXPECT_EQ(GvGetMRUNamesDataSize(List(), "a", &size), S_OK);  // no size stored: all ones too
   EXPECT_EQ(size, 0xFFFFFFFFu);
-}
-
-TEST_F(Mru, NullNamesLeaveTheListAlone) {
-  ListOf(3, {"b", "a"});
-  EXPECT_EQ(GvAddMRUNames(List(), nullptr), 0);
-  EXPECT_EQ(Slots(3), (Names{"a", "b", kMissing}));
-  EXPECT_EQ(GvLoadMRUNames(List(), nullptr, 5), 0);
 }
 
 // A list name whose key path does not fit is refused; cut, it would name
