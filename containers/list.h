@@ -64,6 +64,9 @@ inline int64_t RoundToGrowth(const tGVLIST *l, int64_t amount) {
 // out of memory before the allocator is asked.
 constexpr int64_t kMaxSlotBytes = 0x7FFF0000;
 
+// A new list with clamped counts, options checked by the caller.
+HRESULT Create(tGVLIST **list, int itemSize, int initialCount, int growth, DWORD options);
+
 // Capacity changes; the caller holds the list.
 HRESULT Grow(tGVLIST *l, int slots);
 HRESULT Shrink(tGVLIST *l, int slots);
@@ -90,5 +93,12 @@ int SortedInsertIndex(tGVLIST *l, const void *key, int start, int count,
 void *AllocBlock(tGVLIST *l, DWORD size);
 void FreeBlock(tGVLIST *l, void *block);
 DWORD BlockSize(const tGVLIST *l, const void *block);
+// Allocates an owned block and inserts it at index (negative or beyond the
+// count: append); resizes the owned block at index. The caller holds the
+// list and has checked that it owns its items.
+HRESULT AddItem(tGVLIST *l, const void *contents, DWORD size, int index, int *newIndex);
+HRESULT ResizeItem(tGVLIST *l, int index, DWORD size);
+// Bytes held by the list (negative index) or by one item.
+DWORD AllocSize(const tGVLIST *l, int index);
 
 }  // namespace gv::list

@@ -35,13 +35,9 @@ void FreeRecord(tGVLIST *l) {
 
 }  // namespace
 
-GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, int growth,
-                               DWORD options, LPCSTR, int) {
-  if (!list) return E_FAIL;
-  *list = nullptr;
-  if ((options & GVLIST_INLINE) && (options & GVLIST_OWNITEMS)) return E_FAIL;
-  if ((options & GVLIST_INLINE) && itemSize < 1) return E_FAIL;
+namespace gv::list {
 
+HRESULT Create(tGVLIST **list, int itemSize, int initialCount, int growth, DWORD options) {
   auto *l = static_cast<tGVLIST *>(calloc(1, sizeof(tGVLIST)));
   if (!l) return E_OUTOFMEMORY;
   l->signature = GVLIST_SIGNATURE;
@@ -56,8 +52,8 @@ GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, i
   if (growth > kMaxGrowth) growth = kMaxGrowth;
   l->growth = growth;
 
-  int64_t capacity = gv::list::RoundToGrowth(l, initialCount);
-  if (capacity * l->slotSize > gv::list::kMaxSlotBytes) {
+  int64_t capacity = RoundToGrowth(l, initialCount);
+  if (capacity * l->slotSize > kMaxSlotBytes) {
     free(l);
     return E_OUTOFMEMORY;
   }
@@ -86,6 +82,17 @@ GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, i
   }
   *list = l;
   return S_OK;
+}
+
+}  // namespace gv::list
+
+GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, int growth,
+                               DWORD options, LPCSTR, int) {
+  if (!list) return E_FAIL;
+  *list = nullptr;
+  if ((options & GVLIST_INLINE) && (options & GVLIST_OWNITEMS)) return E_FAIL;
+  if ((options & GVLIST_INLINE) && itemSize < 1) return E_FAIL;
+  return gv::list::Create(list, itemSize, initialCount, growth, options);
 }
 
 GVAPI(HRESULT) GvList_Destroy(tGVLIST *list) {

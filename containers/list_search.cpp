@@ -46,6 +46,20 @@ int Probe(const tGVLIST *l, const void *key, int first, int size, GVLISTSORTPROC
   return order == 0 ? first : -1;
 }
 
+// First index in the normalised range whose slot equals `item`: its bytes
+// for an inline list, else the stored value.
+int FindSpecific(const tGVLIST *l, int start, int count, const void *item) {
+  if (gv::list::IsInline(l)) {
+    if (!item) return -1;
+    for (int i = start; i < start + count; ++i)
+      if (memcmp(gv::list::Slot(l, i), item, l->slotSize) == 0) return i;
+  } else {
+    for (int i = start; i < start + count; ++i)
+      if (gv::list::Stored(l, i) == item) return i;
+  }
+  return -1;
+}
+
 }  // namespace
 
 namespace gv::list {
@@ -64,15 +78,7 @@ GVAPI(int) GvList_FindSpecificItemRange(tGVLIST *list, int start, int count, con
   if (!list) return -1;
   Access access(list);
   if (!access.allowed() || !NormaliseRange(list, &start, &count)) return -1;
-  if (gv::list::IsInline(list)) {
-    if (!item) return -1;
-    for (int i = start; i < start + count; ++i)
-      if (memcmp(gv::list::Slot(list, i), item, list->slotSize) == 0) return i;
-  } else {
-    for (int i = start; i < start + count; ++i)
-      if (gv::list::Stored(list, i) == item) return i;
-  }
-  return -1;
+  return FindSpecific(list, start, count, item);
 }
 
 GVAPI(int) GvList_FindItemRange(tGVLIST *list, int start, int count, const void *key,
