@@ -15,9 +15,10 @@
  * application's key, or a parent of it.
  *
  * Threads: nothing here takes a lock of its own. A handle may be used from
- * several threads (the registry serialises each value's access), but calls
- * that read and then write, such as GvAddMRUNames on the same list from two
- * threads, may interleave; the recent-file functions are not thread-safe.
+ * several threads (the registry serialises each value's access) until it is
+ * closed, but calls that read and then write, such as GvAddMRUNames on the
+ * same list from two threads, may interleave and lose names: the recent-file
+ * functions are not thread-safe.
  */
 #ifndef GVMETRIC_H
 #define GVMETRIC_H
