@@ -64,14 +64,26 @@ inline int64_t RoundToGrowth(const tGVLIST *l, int64_t amount) {
 // out of memory before the allocator is asked.
 constexpr int64_t kMaxSlotBytes = 0x7FFF0000;
 
+// A new list with clamped counts, options checked by the caller.
+HRESULT Create(tGVLIST **list, int itemSize, int initialCount, int growth, DWORD options);
+
 // Capacity changes; the caller holds the list.
 HRESULT Grow(tGVLIST *l, int slots);
 HRESULT Shrink(tGVLIST *l, int slots);
 // Reallocates the slot array to `capacity` slots (zero-filling new slots).
 HRESULT Reallocate(tGVLIST *l, int64_t capacity);
 
-// Inserts count slots' worth of bytes at index (clamped); caller holds the list.
+// Resizes a locked block from gv::GlobalAllocPtr to `bytes`; *block is the
+// block afterwards, still locked: the new one, or the old one on failure.
+bool ResizeGlobal(void **block, SIZE_T bytes, UINT flags);
+
+// The editing algorithms behind the exports; the caller holds the list and
+// has checked the arguments the exports check. Results as the exports'.
 HRESULT Insert(tGVLIST *l, int index, const void *items, int count);
+HRESULT Delete(tGVLIST *l, int index, int count, BOOL shrink);
+HRESULT Move(tGVLIST *l, int from, int to, int count);
+// Inserts every item of src at its sorted place in dest; the caller holds src.
+void SortInto(tGVLIST *dest, tGVLIST *src, GVLISTSORTPROC compare);
 
 // Sorted insertion index in the normalised range; caller holds the list.
 int SortedInsertIndex(tGVLIST *l, const void *key, int start, int count,
@@ -81,5 +93,12 @@ int SortedInsertIndex(tGVLIST *l, const void *key, int start, int count,
 void *AllocBlock(tGVLIST *l, DWORD size);
 void FreeBlock(tGVLIST *l, void *block);
 DWORD BlockSize(const tGVLIST *l, const void *block);
+// Allocates an owned block and inserts it at index (negative or beyond the
+// count: append); resizes the owned block at index. The caller holds the
+// list and has checked that it owns its items.
+HRESULT AddItem(tGVLIST *l, const void *contents, DWORD size, int index, int *newIndex);
+HRESULT ResizeItem(tGVLIST *l, int index, DWORD size);
+// Bytes held by the list (negative index) or by one item.
+DWORD AllocSize(const tGVLIST *l, int index);
 
 }  // namespace gv::list

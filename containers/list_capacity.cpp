@@ -2,43 +2,36 @@
 #include <cstring>
 
 #include "containers/list.h"
+#include "kernel/gmem.h"
 
 namespace gv::list {
+
+bool ResizeGlobal(void **block, SIZE_T bytes, UINT flags) {
+  HGLOBAL h = GlobalHandle(*block);
+  GlobalUnlock(h);
+  HGLOBAL moved = GlobalReAlloc(h, bytes, flags);
+  // A failed reallocation leaves the old block valid: lock it again.
+  *block = GlobalLock(moved ? moved : h);
+  return moved && *block;
+}
 
 HRESULT Reallocate(tGVLIST *l, int64_t capacity) {
   int64_t bytes = capacity * l->slotSize;
   if (capacity < 0 || bytes > kMaxSlotBytes) return E_OUTOFMEMORY;
-  void *slots = nullptr;
+  const UINT flags = GMEM_MOVEABLE | GMEM_ZEROINIT;
   if (bytes == 0) {
     // A moveable block reallocated to nothing would be discarded, so an
     // empty capacity simply has no slot array.
-    if (l->slots) {
-      HGLOBAL h = GlobalHandle(l->slots);
-      GlobalUnlock(h);
-      GlobalFree(h);
-    }
+    gv::GlobalFreePtr(l->slots);
+    l->slots = nullptr;
   } else if (!l->slots) {
-    HGLOBAL h = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, static_cast<SIZE_T>(bytes));
-    slots = h ? GlobalLock(h) : nullptr;
-    if (!slots) {
-      if (h) GlobalFree(h);
-      return E_OUTOFMEMORY;
-    }
+    l->slots = gv::GlobalAllocPtr(flags, static_cast<SIZE_T>(bytes));
+    if (!l->slots) return E_OUTOFMEMORY;
   } else {
-    HGLOBAL h = GlobalHandle(l->slots);
-    GlobalUnlock(h);
-    HGLOBAL moved = GlobalReAlloc(h, static_cast<SIZE_T>(bytes), GMEM_MOVEABLE | GMEM_ZEROINIT);
-    slots = moved ? GlobalLock(moved) : nullptr;
-    if (!slots) {
-      // The old block is still valid when reallocation fails.
-      l->slots = GlobalLock(moved ? moved : h);
-      return E_OUTOFMEMORY;
-    }
+    if (!ResizeGlobal(&l->slots, static_cast<SIZE_T>(bytes), flags)) return E_OUTOFMEMORY;
     if (capacity > l->allocated)
-      memset(static_cast<BYTE *>(slots) + static_cast<SIZE_T>(l->allocated) * l->slotSize, 0,
-             static_cast<SIZE_T>(capacity - l->allocated) * l->slotSize);
+      memset(Slot(l, l->allocated), 0, static_cast<SIZE_T>(capacity - l->allocated) * l->slotSize);
   }
-  l->slots = slots;
   l->allocated = static_cast<LONG>(capacity);
   return S_OK;
 }

@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "containers/list.h"
+#include "kernel/gmem.h"
 
 using gv::list::Access;
 
@@ -27,24 +28,16 @@ void FreeRecord(tGVLIST *l) {
       }
     }
   }
-  if (l->slots) {
-    HGLOBAL h = GlobalHandle(l->slots);
-    GlobalUnlock(h);
-    GlobalFree(h);
-    l->slots = nullptr;
-  }
+  gv::GlobalFreePtr(l->slots);
+  l->slots = nullptr;
   l->signature = 0;
 }
 
 }  // namespace
 
-GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, int growth,
-                               DWORD options, LPCSTR, int) {
-  if (!list) return E_FAIL;
-  *list = nullptr;
-  if ((options & GVLIST_INLINE) && (options & GVLIST_OWNITEMS)) return E_FAIL;
-  if ((options & GVLIST_INLINE) && itemSize < 1) return E_FAIL;
+namespace gv::list {
 
+HRESULT Create(tGVLIST **list, int itemSize, int initialCount, int growth, DWORD options) {
   auto *l = static_cast<tGVLIST *>(calloc(1, sizeof(tGVLIST)));
   if (!l) return E_OUTOFMEMORY;
   l->signature = GVLIST_SIGNATURE;
@@ -59,15 +52,14 @@ GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, i
   if (growth > kMaxGrowth) growth = kMaxGrowth;
   l->growth = growth;
 
-  int64_t capacity = gv::list::RoundToGrowth(l, initialCount);
-  if (capacity * l->slotSize > gv::list::kMaxSlotBytes) {
+  int64_t capacity = RoundToGrowth(l, initialCount);
+  if (capacity * l->slotSize > kMaxSlotBytes) {
     free(l);
     return E_OUTOFMEMORY;
   }
-  HGLOBAL h = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, static_cast<SIZE_T>(capacity * l->slotSize));
-  l->slots = h ? GlobalLock(h) : nullptr;
+  l->slots = gv::GlobalAllocPtr(GMEM_MOVEABLE | GMEM_ZEROINIT,
+                               static_cast<SIZE_T>(capacity * l->slotSize));
   if (!l->slots) {
-    if (h) GlobalFree(h);
     free(l);
     return E_OUTOFMEMORY;
   }
@@ -90,6 +82,17 @@ GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, i
   }
   *list = l;
   return S_OK;
+}
+
+}  // namespace gv::list
+
+GVAPI(HRESULT) GvList_CreateEx(tGVLIST **list, int itemSize, int initialCount, int growth,
+                               DWORD options, LPCSTR, int) {
+  if (!list) return E_FAIL;
+  *list = nullptr;
+  if ((options & GVLIST_INLINE) && (options & GVLIST_OWNITEMS)) return E_FAIL;
+  if ((options & GVLIST_INLINE) && itemSize < 1) return E_FAIL;
+  return gv::list::Create(list, itemSize, initialCount, growth, options);
 }
 
 GVAPI(HRESULT) GvList_Destroy(tGVLIST *list) {

@@ -9,7 +9,7 @@ namespace gv::list {
 namespace {
 
 // Global item blocks are zero-filled when the list's zero-fill bit is set.
-UINT GlobalFlags(const tGVLIST *l) {
+UINT ItemGlobalFlags(const tGVLIST *l) {
   return GMEM_MOVEABLE | ((l->itemAllocFlags & HEAP_ZERO_MEMORY) ? GMEM_ZEROINIT : 0);
 }
 
@@ -17,7 +17,7 @@ UINT GlobalFlags(const tGVLIST *l) {
 
 void *AllocBlock(tGVLIST *l, DWORD size) {
   if (l->itemHeap) return HeapAlloc(l->itemHeap, l->itemAllocFlags, size);
-  return gv::GlobalAllocPtr(GlobalFlags(l), size);
+  return gv::GlobalAllocPtr(ItemGlobalFlags(l), size);
 }
 
 void FreeBlock(tGVLIST *l, void *block) {
@@ -38,6 +38,50 @@ DWORD BlockSize(const tGVLIST *l, const void *block) {
   return h ? static_cast<DWORD>(GlobalSize(h)) : 0;
 }
 
+HRESULT AddItem(tGVLIST *l, const void *contents, DWORD size, int index, int *newIndex) {
+  if (index < 0 || index > l->count) index = l->count;
+  void *block = AllocBlock(l, size);
+  if (!block) return E_OUTOFMEMORY;
+  HRESULT hr = Insert(l, index, &block, 1);
+  if (FAILED(hr)) {
+    FreeBlock(l, block);
+    return hr;
+  }
+  if (contents) memcpy(block, contents, size);
+  if (newIndex) *newIndex = index;
+  return S_OK;
+}
+
+HRESULT ResizeItem(tGVLIST *l, int index, DWORD size) {
+  void *block = Stored(l, index);
+  if (!block) return E_FAIL;
+  void *resized = nullptr;
+  if (l->itemHeap) {
+    resized = HeapReAlloc(l->itemHeap, l->itemAllocFlags, block, size);
+  } else {
+    if (!GlobalHandle(block)) return E_FAIL;
+    resized = block;
+    if (!ResizeGlobal(&resized, size, ItemGlobalFlags(l))) resized = nullptr;
+  }
+  if (!resized) return E_OUTOFMEMORY;
+  Store(l, index, resized);
+  return S_OK;
+}
+
+DWORD AllocSize(const tGVLIST *l, int index) {
+  if (index >= 0) {
+    // An inline item is its slot, so its size needs no item and no index check.
+    if (IsInline(l)) return l->slotSize;
+    if (index >= l->count) return 0;
+    return OwnsItems(l) ? BlockSize(l, Stored(l, index)) : 0;
+  }
+  DWORD total = GVLIST_RECORD_SIZE;
+  if (l->slots) total += static_cast<DWORD>(GlobalSize(GlobalHandle(l->slots)));
+  if (OwnsItems(l))
+    for (LONG i = 0; i < l->count; ++i) total += BlockSize(l, Stored(l, i));
+  return total;
+}
+
 }  // namespace gv::list
 
 using gv::list::Access;
@@ -48,17 +92,7 @@ GVAPI(HRESULT) GvList_AllocItem(tGVLIST *list, const void *contents, DWORD size,
   if (!list) return E_FAIL;
   Access access(list);
   if (!access.allowed() || !gv::list::OwnsItems(list) || size == 0) return E_FAIL;
-  if (index < 0 || index > list->count) index = list->count;
-  void *block = gv::list::AllocBlock(list, size);
-  if (!block) return E_OUTOFMEMORY;
-  HRESULT hr = gv::list::Insert(list, index, &block, 1);
-  if (FAILED(hr)) {
-    gv::list::FreeBlock(list, block);
-    return hr;
-  }
-  if (contents) memcpy(block, contents, size);
-  if (newIndex) *newIndex = index;
-  return S_OK;
+  return gv::list::AddItem(list, contents, size, index, newIndex);
 }
 
 GVAPI(HRESULT) GvList_ReAllocItem(tGVLIST *list, int index, DWORD size) {
@@ -66,38 +100,12 @@ GVAPI(HRESULT) GvList_ReAllocItem(tGVLIST *list, int index, DWORD size) {
   Access access(list);
   if (!access.allowed() || !gv::list::OwnsItems(list) || size == 0) return E_FAIL;
   if (index < 0 || index >= list->count) return E_FAIL;
-  void *block = gv::list::Stored(list, index);
-  if (!block) return E_FAIL;
-  void *resized = nullptr;
-  if (list->itemHeap) {
-    resized = HeapReAlloc(list->itemHeap, list->itemAllocFlags, block, size);
-  } else {
-    HGLOBAL h = GlobalHandle(block);
-    if (!h) return E_FAIL;
-    GlobalUnlock(h);
-    HGLOBAL moved = GlobalReAlloc(h, size, gv::list::GlobalFlags(list));
-    resized = GlobalLock(moved ? moved : h);
-    if (!moved) resized = nullptr;
-  }
-  if (!resized) return E_OUTOFMEMORY;
-  gv::list::Store(list, index, resized);
-  return S_OK;
+  return gv::list::ResizeItem(list, index, size);
 }
 
 GVAPI(DWORD) GvList_AllocSize(tGVLIST *list, int index) {
   if (!list) return 0;
   Access access(list);
   if (!access.allowed()) return 0;
-  if (index >= 0) {
-    // An inline item is its slot, so its size needs no item and no index check.
-    if (gv::list::IsInline(list)) return list->slotSize;
-    if (index >= list->count) return 0;
-    return gv::list::OwnsItems(list) ? gv::list::BlockSize(list, gv::list::Stored(list, index)) : 0;
-  }
-  DWORD total = GVLIST_RECORD_SIZE;
-  if (list->slots) total += static_cast<DWORD>(GlobalSize(GlobalHandle(list->slots)));
-  if (gv::list::OwnsItems(list))
-    for (LONG i = 0; i < list->count; ++i)
-      total += gv::list::BlockSize(list, gv::list::Stored(list, i));
-  return total;
+  return gv::list::AllocSize(list, index);
 }

@@ -16,10 +16,49 @@ bool NormaliseRange(const tGVLIST *l, int *start, int *count) {
   return *count > 0;
 }
 
-// Probe offset within a range of `size` items: the middle when the size is
-// odd, the lower middle when it is even. Clients depend on which of several
-// equal items is found, so the probe sequence is kept exactly.
-inline int ProbeOffset(int size) { return (size & 1) ? size / 2 : size / 2 - 1; }
+// Binary search of `size` (>= 1) items from `first`. Each probe sits at the
+// middle of the range when its size is odd and at the lower middle when it
+// is even; clients depend on which of several equal items is found, so the
+// probe sequence is kept exactly. Returns the equal item the probes meet, or
+// -1; *insertAt gets the index before that item, or after the last item
+// found smaller.
+int Probe(const tGVLIST *l, const void *key, int first, int size, GVLISTSORTPROC compare,
+          int *insertAt) {
+  while (size > 1) {
+    int half = size / 2;
+    int probe = first + ((size & 1) ? half : half - 1);
+    int order = compare(l->sortCriteria, key, ItemValue(l, probe));
+    if (order == 0) {
+      *insertAt = probe;
+      return probe;
+    }
+    if (order < 0) {
+      size = (size & 1) ? half : half - 1;
+    } else {
+      first = probe + 1;
+      size = half;
+    }
+  }
+  *insertAt = first;
+  if (size == 0) return -1;
+  int order = compare(l->sortCriteria, key, ItemValue(l, first));
+  if (order > 0) *insertAt = first + 1;
+  return order == 0 ? first : -1;
+}
+
+// First index in the normalised range whose slot equals `item`: its bytes
+// for an inline list, else the stored value.
+int FindSpecific(const tGVLIST *l, int start, int count, const void *item) {
+  if (gv::list::IsInline(l)) {
+    if (!item) return -1;
+    for (int i = start; i < start + count; ++i)
+      if (memcmp(gv::list::Slot(l, i), item, l->slotSize) == 0) return i;
+  } else {
+    for (int i = start; i < start + count; ++i)
+      if (gv::list::Stored(l, i) == item) return i;
+  }
+  return -1;
+}
 
 }  // namespace
 
@@ -28,23 +67,9 @@ namespace gv::list {
 int SortedInsertIndex(tGVLIST *l, const void *key, int start, int count, GVLISTSORTPROC compare) {
   if (start > l->count) return -1;
   if (!NormaliseRange(l, &start, &count)) return 0;
-  int first = start, size = count, candidate = start;
-  while (size > 1) {
-    int half = size / 2;
-    int probe = first + ProbeOffset(size);
-    candidate = probe;
-    int order = compare(l->sortCriteria, key, ItemValue(l, probe));
-    if (order == 0) return probe;
-    if (order < 0) {
-      size = (size & 1) ? half : half - 1;
-    } else {
-      candidate = probe + 1;
-      first = probe + 1;
-      size = half;
-    }
-  }
-  if (size == 0) return candidate;
-  return compare(l->sortCriteria, key, ItemValue(l, first)) > 0 ? first + 1 : first;
+  int at;
+  Probe(l, key, start, count, compare, &at);
+  return at;
 }
 
 }  // namespace gv::list
@@ -53,15 +78,7 @@ GVAPI(int) GvList_FindSpecificItemRange(tGVLIST *list, int start, int count, con
   if (!list) return -1;
   Access access(list);
   if (!access.allowed() || !NormaliseRange(list, &start, &count)) return -1;
-  if (gv::list::IsInline(list)) {
-    if (!item) return -1;
-    for (int i = start; i < start + count; ++i)
-      if (memcmp(gv::list::Slot(list, i), item, list->slotSize) == 0) return i;
-  } else {
-    for (int i = start; i < start + count; ++i)
-      if (gv::list::Stored(list, i) == item) return i;
-  }
-  return -1;
+  return FindSpecific(list, start, count, item);
 }
 
 GVAPI(int) GvList_FindItemRange(tGVLIST *list, int start, int count, const void *key,
@@ -79,21 +96,8 @@ GVAPI(int) GvList_FindSortedItemRange(tGVLIST *list, const void *key, int start,
   if (!list || !compare) return -1;
   Access access(list);
   if (!access.allowed() || !NormaliseRange(list, &start, &count)) return -1;
-  int first = start, size = count;
-  while (size > 1) {
-    int half = size / 2;
-    int probe = first + ProbeOffset(size);
-    int order = compare(list->sortCriteria, key, ItemValue(list, probe));
-    if (order == 0) return probe;
-    if (order < 0) {
-      size = (size & 1) ? half : half - 1;
-    } else {
-      first = probe + 1;
-      size = half;
-    }
-  }
-  if (size == 0) return -1;
-  return compare(list->sortCriteria, key, ItemValue(list, first)) == 0 ? first : -1;
+  int at;
+  return Probe(list, key, start, count, compare, &at);
 }
 
 GVAPI(int) GvList_FindSortedInsertIndexRange(tGVLIST *list, const void *key, int start,

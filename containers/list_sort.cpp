@@ -30,6 +30,21 @@ void SelectionSort(tGVLIST *l, GVLISTSORTPROC compare) {
 
 }  // namespace
 
+namespace gv::list {
+
+void SortInto(tGVLIST *dest, tGVLIST *src, GVLISTSORTPROC compare) {
+  // Each call on dest takes dest's lock while src's is held, so two threads
+  // copying two locked lists into each other in opposite directions can
+  // deadlock; the header says so.
+  for (LONG i = 0; i < src->count; ++i) {
+    int at = GvList_FindSortedInsertIndexRange(dest, ItemValue(src, i), 0, -1, compare);
+    // Insertion failures are not reported; the copy goes on with the rest.
+    GvList_InsertList(dest, at, Slot(src, i), 1);
+  }
+}
+
+}  // namespace gv::list
+
 GVAPI(HRESULT) GvList_Sort(tGVLIST *list, DWORD criteria, GVLISTSORTPROC compare) {
   if (!list) return E_FAIL;
   Access access(list);
@@ -50,12 +65,6 @@ GVAPI(HRESULT) GvList_SortTo(tGVLIST *dest, tGVLIST *src, DWORD criteria,
     if (dest->slotSize != src->slotSize) return E_FAIL;
     dest->sortCriteria = criteria;
   }
-  if (!compare) return S_OK;
-  for (LONG i = 0; i < src->count; ++i) {
-    const void *key = ItemValue(src, i);
-    int at = GvList_FindSortedInsertIndexRange(dest, key, 0, -1, compare);
-    // Insertion failures are not reported; the copy goes on with the rest.
-    GvList_InsertList(dest, at, gv::list::Slot(src, i), 1);
-  }
+  if (compare) gv::list::SortInto(dest, src, compare);
   return S_OK;
 }

@@ -54,30 +54,41 @@ bool ReadDword(const tGVMETRICS *m, int id, DWORD *value) {
   return Query(m, id, REG_DWORD, value, sizeof *value) == sizeof *value;
 }
 
-// Fills "Software\Marrowbeam\<app>\<major>.<minor>\Metrics[\<subKey>]", cut to
-// the 260-character key path.
-void KeyPath(char (&path)[260], LPCSTR app, DWORD version, LPCSTR subKey) {
-  char appName[260], section[260], full[1100];
-  lstrcpynA(appName, app ? app : "", sizeof appName);
-  lstrcpynA(section, subKey ? subKey : "", sizeof section);
+}  // namespace
+
+namespace gv::metrics {
+
+bool KeyPath(char (&path)[kMaxPath], LPCSTR app, DWORD version, LPCSTR subKey) {
+  path[0] = '\0';
+  // An empty name would drop a level from the path and land elsewhere.
+  if (!app || !*app) return false;
+  // Bounding each name first keeps the whole path inside `full` and inside
+  // the 1024 characters that wsprintfA writes at most.
+  if (lstrlenA(app) >= kMaxPath || (subKey && lstrlenA(subKey) >= kMaxPath)) return false;
+  char full[3 * kMaxPath];
   int major = (version >> 24) & 0xFF, minor = (version >> 16) & 0xFF;
-  if (subKey)
-    wsprintfA(full, "Software\\Marrowbeam\\%s\\%d.%d\\Metrics\\%s", appName, major, minor, section);
-  else
-    wsprintfA(full, "Software\\Marrowbeam\\%s\\%d.%d\\Metrics", appName, major, minor);
-  lstrcpynA(path, full, sizeof path);
+  int length = subKey ? wsprintfA(full, "Software\\Marrowbeam\\%s\\%d.%d\\Metrics\\%s", app,
+                                  major, minor, subKey)
+                      : wsprintfA(full, "Software\\Marrowbeam\\%s\\%d.%d\\Metrics", app, major,
+                                  minor);
+  // A path cut to fit names another key: the first part of a long name may
+  // be another application's, and deleting "its" settings would remove that
+  // application's whole tree. Such a name is refused, never cut.
+  if (length >= kMaxPath) return false;
+  lstrcpyA(path, full);
+  return true;
 }
 
-}  // namespace
+}  // namespace gv::metrics
 
 GVAPI(HRESULT) GvMetric_Open(HGVMETRIC *result, LPCSTR app, DWORD version, LPCSTR subKey) {
   if (!result) return E_INVALIDARG;
   *result = nullptr;
-  // An empty name would drop a level from the path and land elsewhere.
-  if (!app || !*app) return E_INVALIDARG;
+  char path[gv::metrics::kMaxPath];
+  if (!gv::metrics::KeyPath(path, app, version, subKey)) return E_INVALIDARG;
   auto *m = static_cast<tGVMETRICS *>(calloc(1, sizeof(tGVMETRICS)));
   if (!m) return E_OUTOFMEMORY;
-  KeyPath(m->machinePath, app, version, subKey);
+  lstrcpyA(m->machinePath, path);
   lstrcpyA(m->userPath, m->machinePath);
   if (RegCreateKeyA(HKEY_LOCAL_MACHINE, m->machinePath, &m->machineKey) != ERROR_SUCCESS)
     m->machineKey = nullptr;
@@ -97,9 +108,9 @@ GVAPI(HRESULT) GvMetric_Close(HGVMETRIC handle) {
 }
 
 GVAPI(HRESULT) GvMetric_DeleteAll(LPCSTR app, DWORD version) {
-  if (!app || !*app) return 0;  // no application: nothing of its own to delete
-  char path[260];
-  KeyPath(path, app, version, nullptr);
+  // A name refused for opening has no settings of its own to delete.
+  char path[gv::metrics::kMaxPath];
+  if (!gv::metrics::KeyPath(path, app, version, nullptr)) return 0;
   GvRegDeleteKey(HKEY_LOCAL_MACHINE, path);
   GvRegDeleteKey(HKEY_CURRENT_USER, path);
   return 0;

@@ -18,8 +18,11 @@
  *
  * Threads: a GVLIST_THREADSAFE list holds its critical section for the whole
  * of each call, callbacks included (a callback must not wait for another
- * thread that uses the same list). Other lists are not locked at all; the
- * caller serialises its calls.
+ * thread that uses the same list). Lists created without GVLIST_THREADSAFE
+ * are not thread-safe: they are not locked at all, calls from any thread are
+ * served, and the caller serialises them. The GVLIST_COUNT, GVLIST_SLOT and
+ * GVLIST_ITEM macros never lock. GvList_SortTo takes both lists' locks; see
+ * there for the deadlock it can cause.
  */
 #ifndef GVLIST_H
 #define GVLIST_H
@@ -165,10 +168,18 @@ GVAPI(int) GvList_FindSortedInsertIndexRange(tGVLIST *list, const void *key, int
  * comparisons, not stable, allocates nothing. S_OK or E_FAIL. */
 GVAPI(HRESULT) GvList_Sort(tGVLIST *list, DWORD criteria, GVLISTSORTPROC compare);
 /* Stores criteria in dest, then inserts every item of src, in order, at its
- * sorted insertion index in dest (nothing when compare is null). Holds src's
- * lock throughout; dest is locked per call. Insertion errors are not
- * reported. S_OK; E_FAIL for a null list, dest == src or differing slot
- * sizes. */
+ * sorted insertion index in dest (nothing when compare is null). Insertion
+ * errors are not reported. S_OK; E_FAIL for a null list, dest == src or
+ * differing slot sizes.
+ * Ownership: the slot values are copied, not the blocks they point to. From
+ * one GVLIST_OWNITEMS list into another, both lists then own the same blocks
+ * and each frees them on delete and destroy, so a block is freed twice. Copy
+ * out of an owning list only into a list that does not own its items, and
+ * stop using the copy's values once the owning list has freed them.
+ * Locking: holds src's lock throughout and takes dest's lock for each call
+ * made on dest while src's is held. Two threads copying two GVLIST_THREADSAFE
+ * lists into each other in opposite directions (A into B and B into A) at the
+ * same time deadlock; serialise such copies. */
 GVAPI(HRESULT) GvList_SortTo(tGVLIST *dest, tGVLIST *src, DWORD criteria,
                              GVLISTSORTPROC compare);
 

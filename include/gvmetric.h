@@ -9,6 +9,16 @@
  * GVMETRIC_KERNEL (-1) stands for the library's own settings: readable,
  * never writable through these functions. A null handle reads as the
  * default everywhere. Reading never fails: any failure gives the default.
+ *
+ * A name whose whole key path does not fit in 259 characters (MAX_PATH less
+ * the terminator) is refused, never cut: cut short, it would name another
+ * application's key, or a parent of it.
+ *
+ * Threads: nothing here takes a lock of its own. A handle may be used from
+ * several threads (the registry serialises each value's access) until it is
+ * closed, but calls that read and then write, such as GvAddMRUNames on the
+ * same list from two threads, may interleave and lose names: the recent-file
+ * functions are not thread-safe.
  */
 #ifndef GVMETRIC_H
 #define GVMETRIC_H
@@ -21,14 +31,15 @@ typedef struct tGVMETRICS *HGVMETRIC;
 /* Opens (creating keys as needed) the settings of `app`, version word
  * `version` (major in bits 24..31, minor in 16..23), optional `subKey`.
  * *result is set to null first. S_OK, E_OUTOFMEMORY, or E_INVALIDARG when
- * result is null or app is null or empty. Keys that cannot be created are
- * left closed and read as absent. Close with GvMetric_Close. */
+ * result is null, app is null or empty, or the key path does not fit. Keys
+ * that cannot be created are left closed and read as absent. Close with
+ * GvMetric_Close. */
 GVAPI(HRESULT) GvMetric_Open(HGVMETRIC *result, LPCSTR app, DWORD version, LPCSTR subKey);
-/* Closes both keys and frees the handle (null is allowed). Returns 0. */
+/* Closes both keys and frees the handle (null is allowed). Returns S_OK. */
 GVAPI(HRESULT) GvMetric_Close(HGVMETRIC handle);
 /* Deletes the whole Metrics tree of `app` and `version`, machine-wide
- * first, then per-user (nothing when app is null or empty). Returns 0
- * whatever happens. */
+ * first, then per-user. Deletes nothing for a name that GvMetric_Open
+ * refuses. Returns S_OK whatever happens. */
 GVAPI(HRESULT) GvMetric_DeleteAll(LPCSTR app, DWORD version);
 
 /* The REG_DWORD of `id`, or 0 when missing, of another type or size. */
@@ -52,7 +63,11 @@ GVAPI(HRESULT) GvSetMetricBinary(HGVMETRIC handle, int id, const void *data, DWO
 /* Reads a REG_SZ into buffer (at most size bytes, rest zeroed) and returns
  * the text's length. A stored empty text returns 0 when keepEmpty is
  * non-zero; otherwise a missing or empty text is replaced by `def`
- * (may be null), cut to the buffer. */
+ * (may be null), cut to the buffer.
+ * No terminator is added to what was read: a value stored without one (by
+ * another writer) that fills the buffer exactly can be left in it with no
+ * terminator at all. Give a buffer one byte larger than the longest text you
+ * accept, or terminate it yourself. */
 GVAPI(int) GvGetMetricStringEx(HGVMETRIC handle, int id, LPSTR buffer, DWORD size,
                                LPCSTR def, BOOL keepEmpty);
 /* Writes a REG_SZ including its terminator. S_OK or E_FAIL. */
@@ -68,9 +83,11 @@ GVAPI(HRESULT) GvDeleteMetric(HGVMETRIC handle, int id, DWORD type);
  * A list lives under application "TALC", version 1.0, sub-key = listName:
  * id 100 capacity (default 15, 0..300), 1000+i names (slot 0 the most
  * recent), 2500+i data blocks, 3000+i their sizes. Data blocks stay with
- * their slot number when names move. */
+ * their slot number when names move. A list whose key path does not fit
+ * cannot be opened: nothing of it is read or written. */
 
-/* Writes the capacity. 0, or the error of opening the list. */
+/* Writes the capacity. S_OK, or the error of opening the list (E_INVALIDARG
+ * for a list name whose key path does not fit). */
 GVAPI(HRESULT) GvSetMRUNum(LPCSTR listName, int capacity);
 /* The capacity; 0 when the list cannot be opened. */
 GVAPI(int) GvGetMRUNum(LPCSTR listName);
@@ -82,10 +99,11 @@ GVAPI(int) GvLoadMRUNames(LPCSTR listName, LPSTR *names, int maxCount);
  * already listed. 1, or 0 when `name` is null or the list cannot be opened. */
 GVAPI(int) GvAddMRUNames(LPCSTR listName, LPCSTR name);
 /* Attaches a data block to the slot holding `name`. S_OK when the name is
- * not found, else the result of writing the block. */
+ * not found, else the result of writing the block; the error of opening the
+ * list when it cannot be opened. */
 GVAPI(HRESULT) GvSetMRUNamesData(LPCSTR listName, LPCSTR name, const void *data, DWORD size);
 /* *size is set to 0 first; a listed name reports 0xFFFFFFFF (kept so:
- * size your buffer by other means). Returns S_OK. */
+ * size your buffer by other means). S_OK, or the error of opening the list. */
 GVAPI(HRESULT) GvGetMRUNamesDataSize(LPCSTR listName, LPCSTR name, DWORD *size);
 /* Reads the block of `name` into buffer (rest zeroed). Bytes read, or 0. */
 GVAPI(DWORD) GvGetMRUNamesData(LPCSTR listName, LPCSTR name, void *buffer, DWORD size);

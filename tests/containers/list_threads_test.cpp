@@ -1,6 +1,5 @@
 // Lists used from several threads: the locked list under mixed load, its
-// lock held across callbacks, and the unlocked list's acceptance of calls
-// from any thread.
+// lock held across callbacks, and unlocked lists serving any thread.
 #include <gtest/gtest.h>
 
 #include <process.h>
@@ -8,7 +7,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "gvtalc.h"
+#include "support/list_helpers.h"
 
 namespace {
 
@@ -33,13 +32,11 @@ constexpr int kThreads = 4;
 // Three calls a round plus two every odd round: 4 threads x 13000 rounds x 4
 // calls on average = 208,000 calls, and a linear search every 1024 rounds.
 constexpr int kRounds = 13000;
-static_assert(kThreads * kRounds * 4 >= 200000, "at least 200,000 operations");
-
 DWORD Value(int round, int thread) { return ((DWORD)round << 2) | (DWORD)thread; }
+const void *Key(DWORD v) { return (const void *)(UINT_PTR)v; }
 
 TEST(ListThreads, FourThreadsMixedCallsEndWithExactContents) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 64, GVLIST_THREADSAFE, nullptr, 0), S_OK);
+  tGVLIST *list = gvtest::MakeList({}, GVLIST_THREADSAFE, 0, 64);
   HANDLE start = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   long failures[kThreads] = {};
   // Each round inserts this thread's value for the round at its sorted place
@@ -53,20 +50,18 @@ TEST(ListThreads, FourThreadsMixedCallsEndWithExactContents) {
     for (int round = 0; round < kRounds; ++round) {
       DWORD v = Value(round, t);
       EnterCriticalSection(&list->lock);
-      int at = GvList_FindSortedInsertIndexRange(list, (void *)(UINT_PTR)v, 0, -1, CompareValues);
-      if (at < 0 || GvList_InsertList(list, at, &v, 1) != S_OK) ++failures[t];
+      int at = GvList_FindSortedInsertIndexRange(list, Key(v), 0, -1, CompareValues);
+      failures[t] += at < 0 || GvList_InsertList(list, at, &v, 1) != S_OK;
       LeaveCriticalSection(&list->lock);
-      if (GvList_FindSortedItemRange(list, (void *)(UINT_PTR)v, 0, -1, CompareValues) < 0)
-        ++failures[t];
+      failures[t] += GvList_FindSortedItemRange(list, Key(v), 0, -1, CompareValues) < 0;
       if (round & 1) {
-        DWORD old = Value(round - 1, t);
         EnterCriticalSection(&list->lock);
-        int found = GvList_FindSortedItemRange(list, (void *)(UINT_PTR)old, 0, -1, CompareValues);
-        if (found < 0 || GvList_DeleteList(list, found, 1, TRUE) != S_OK) ++failures[t];
+        DWORD old = Value(round - 1, t);
+        int found = GvList_FindSortedItemRange(list, Key(old), 0, -1, CompareValues);
+        failures[t] += found < 0 || GvList_DeleteList(list, found, 1, TRUE) != S_OK;
         LeaveCriticalSection(&list->lock);
       }
-      if (round % 1024 == 0 && GvList_FindSpecificItemRange(list, 0, -1, (void *)(UINT_PTR)v) < 0)
-        ++failures[t];
+      if (round % 1024 == 0) failures[t] += GvList_FindSpecificItemRange(list, 0, -1, Key(v)) < 0;
     }
   };
   HANDLE threads[kThreads] = {Start(work), Start(work), Start(work), Start(work)};
@@ -78,37 +73,12 @@ TEST(ListThreads, FourThreadsMixedCallsEndWithExactContents) {
     EXPECT_EQ(failures[t], 0) << t;
   }
   CloseHandle(start);
-
-  std::vector<DWORD> expected;
+  gvtest::Values expected;
   for (int round = 1; round < kRounds; round += 2)
     for (int t = 0; t < kThreads; ++t) expected.push_back(Value(round, t));
   std::sort(expected.begin(), expected.end());
-  std::vector<DWORD> got((DWORD *)list->slots, (DWORD *)list->slots + list->count);
-  EXPECT_EQ(got.size(), expected.size());
-  EXPECT_TRUE(got == expected);
+  EXPECT_TRUE(gvtest::Contents(list) == expected);
   EXPECT_EQ(list->allocated % 64, 0);
-  EXPECT_LE(list->count, list->allocated);
-  EXPECT_EQ(GvList_Destroy(list), S_OK);
-}
-
-// Unlocked lists compare thread pseudo-handles, which are the same in every
-// thread: a call from another thread is served.
-TEST(ListThreads, UnlockedListServesCallsFromAnotherThread) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, 0, nullptr, 0), S_OK);
-  HRESULT inserted = E_UNEXPECTED;
-  int found = -2;
-  auto body = [&] {
-    DWORD v = 77;
-    inserted = GvList_InsertList(list, -1, &v, 1);
-    found = GvList_FindSpecificItemRange(list, 0, -1, (void *)77);
-  };
-  HANDLE thread = Start(body);
-  ASSERT_NE(thread, nullptr);
-  ASSERT_EQ(WaitForSingleObject(thread, 10000), WAIT_OBJECT_0);
-  CloseHandle(thread);
-  EXPECT_EQ(inserted, S_OK);
-  EXPECT_EQ(found, 0);
   EXPECT_EQ(GvList_Destroy(list), S_OK);
 }
 
@@ -121,16 +91,21 @@ int CALLBACK HoldInCallback(const void *, const void *) {
 }
 
 // The lock is held across callbacks: another thread's call waits until the
-// callback returns.
-TEST(ListThreads, LockIsHeldAcrossCallbacks) {
-  tGVLIST *list = nullptr;
-  ASSERT_EQ(GvList_CreateEx(&list, 0, 0, 0, GVLIST_THREADSAFE, nullptr, 0), S_OK);
-  DWORD one = 1, five = 5;
-  ASSERT_EQ(GvList_InsertList(list, -1, &one, 1), S_OK);
+// callback returns. An unlocked list compares thread pseudo-handles, which
+// are the same in every thread, so it serves that thread's calls too.
+TEST(ListThreads, LockIsHeldAcrossCallbacksAndUnlockedListsServeAnyThread) {
+  tGVLIST *list = gvtest::MakeList({1}, GVLIST_THREADSAFE), *unlocked = gvtest::MakeList({});
+  DWORD five = 5;
+  HRESULT inserted = E_UNEXPECTED;
+  int found = -2;
   g_inCallback = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   g_release = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   auto search = [&] { GvList_FindItemRange(list, 0, -1, nullptr, HoldInCallback); };
-  auto insert = [&] { GvList_InsertList(list, -1, &five, 1); };
+  auto insert = [&] {
+    GvList_InsertList(list, -1, &five, 1);
+    inserted = GvList_InsertList(unlocked, -1, &five, 1);
+    found = GvList_FindSpecificItemRange(unlocked, 0, -1, (void *)5);
+  };
   HANDLE searcher = Start(search);
   ASSERT_EQ(WaitForSingleObject(g_inCallback, 10000), WAIT_OBJECT_0);
   HANDLE inserter = Start(insert);
@@ -141,8 +116,10 @@ TEST(ListThreads, LockIsHeldAcrossCallbacks) {
   HANDLE both[2] = {searcher, inserter};
   ASSERT_EQ(WaitForMultipleObjects(2, both, TRUE, 10000), WAIT_OBJECT_0);
   EXPECT_EQ(list->count, 2);
+  EXPECT_EQ(inserted, S_OK);
+  EXPECT_EQ(found, 0);
   for (HANDLE h : {searcher, inserter, g_inCallback, g_release}) CloseHandle(h);
-  GvList_Destroy(list);
+  for (tGVLIST *l : {list, unlocked}) EXPECT_EQ(GvList_Destroy(l), S_OK);
 }
 
 }  // namespace
