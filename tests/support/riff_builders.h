@@ -72,8 +72,8 @@ inline void Rewrite(HANDLE file, const Bytes &b) {
   SetEndOfFile(file);
 }
 
-// A file in the temporary folder, deleted on destruction, with a handle
-// open for `access`, standing at offset `at`.
+// A file in the temporary folder holding `contents`, deleted on
+// destruction, with a handle open for `access` standing at offset `at`.
 class TempFile {
  public:
   explicit TempFile(const Bytes &contents = Bytes(), DWORD access = GENERIC_READ | GENERIC_WRITE,
@@ -96,18 +96,23 @@ class TempFile {
   TempFile &operator=(const TempFile &) = delete;
 
   HANDLE handle() const { return handle_; }
-  uint64_t Pos() const { return Move(0, FILE_CURRENT); }  // 64-bit offset of the file pointer
-  void Seek(uint64_t offset) const { Move(offset, FILE_BEGIN); }
+  uint64_t Pos() const { return Seek(0, FILE_CURRENT); }  // the 64-bit file pointer
+  uint64_t Seek(uint64_t to, DWORD method = FILE_BEGIN) const {
+    LARGE_INTEGER d, at;
+    d.QuadPart = static_cast<LONGLONG>(to);
+    at.QuadPart = -1;
+    SetFilePointerEx(handle_, d, &at, method);
+    return static_cast<uint64_t>(at.QuadPart);
+  }
 
   // The bytes on disk, read through a separate handle.
   Bytes OnDisk() const {
     HANDLE h = Open(GENERIC_READ);
-    if (h == INVALID_HANDLE_VALUE) return Bytes();
-    Bytes b(GetFileSize(h, nullptr));
+    Bytes b(h == INVALID_HANDLE_VALUE ? 0 : GetFileSize(h, nullptr));
     DWORD n = 0;
     if (!b.empty()) ReadFile(h, b.data(), static_cast<DWORD>(b.size()), &n, nullptr);
-    b.resize(n);
     CloseHandle(h);
+    b.resize(n);
     return b;
   }
 
@@ -115,13 +120,6 @@ class TempFile {
   HANDLE Open(DWORD access) const {
     return CreateFileA(path_.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  }
-  uint64_t Move(uint64_t by, DWORD method) const {
-    LARGE_INTEGER d, at;
-    d.QuadPart = static_cast<LONGLONG>(by);
-    at.QuadPart = -1;
-    SetFilePointerEx(handle_, d, &at, method);
-    return static_cast<uint64_t>(at.QuadPart);
   }
 
   std::string path_;
