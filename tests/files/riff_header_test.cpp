@@ -7,32 +7,25 @@
 namespace gvtest {
 namespace {
 
-TEST(RiffHeader, ReadChunkHeaderShortAtTheEndLeavesZerosNotStaleBytes) {
-  const struct { Bytes contents; DWORD id, size; uint64_t pos; } cases[] = {
-      {Chunk("fmt ", Bytes(16)), Fcc("fmt "), 16, 8}, {Bytes(), 0, 0, 0},
-      {Text("da"), 0x6164, 0, 2}, {Text("data"), 0x61746164, 0, 4},
-      {Bytes{'d', 'a', 't', 'a', 0x34, 0x12}, 0x61746164, 0x1234, 6}};
+TEST(RiffHeader, HeaderReadsLeaveZerosNotStaleBytesAndListReadsCountOnlyTheEntries) {
+  const struct { bool list; Bytes contents; HRESULT result; DWORD id, size; uint64_t pos;
+  } cases[] = {
+      {false, Chunk("fmt ", Bytes(16)), S_OK, Fcc("fmt "), 16, 8},
+      {false, Bytes(), S_OK, 0, 0, 0},  // short at the end
+      {false, Text("da"), S_OK, 0x6164, 0, 2},
+      {false, Text("data"), S_OK, 0x61746164, 0, 4},
+      {false, Bytes{'d', 'a', 't', 'a', 0x34, 0x12}, S_OK, 0x61746164, 0x1234, 6},
+      {true, List("INFO", Chunk("INAM", Text("ab"))), S_OK, Fcc("INFO"), 10, 12},  // 4 + 10
+      {true, Chunk("JUNK", Bytes(6)), GVRIFF_E_NOTLIST, Fcc("JUNK"), 6, 8}};
   FOR_EACH_CASE(cases) {
     TempFile f(c.contents);
     DWORD id = kSentinel, size = kSentinel;
-    EXPECT_EQ(riff_ReadChunkHeader(f.handle(), &id, &size), S_OK);
+    EXPECT_EQ(c.list ? riff_ReadListHeader(f.handle(), &id, &size)
+                     : riff_ReadChunkHeader(f.handle(), &id, &size),
+              c.result);
     EXPECT_EQ(id, c.id);
     EXPECT_EQ(size, c.size);
     EXPECT_EQ(f.Pos(), c.pos);
-  }
-}
-
-TEST(RiffHeader, ReadListHeaderCountsOnlyTheEntriesAndRejectsOtherIdentifiers) {
-  const struct { Bytes contents; HRESULT result; DWORD type, size; } cases[] = {
-      {List("INFO", Chunk("INAM", Text("ab"))), S_OK, Fcc("INFO"), 10},  // list size 4 + 10
-      {Chunk("JUNK", Bytes(6)), GVRIFF_E_NOTLIST, Fcc("JUNK"), 6}};
-  FOR_EACH_CASE(cases) {
-    TempFile f(c.contents);
-    DWORD type = kSentinel, size = kSentinel;
-    EXPECT_EQ(riff_ReadListHeader(f.handle(), &type, &size), c.result);
-    EXPECT_EQ(type, c.type);
-    EXPECT_EQ(size, c.size);
-    EXPECT_EQ(f.Pos(), c.result == S_OK ? 12u : 8u);
   }
 }
 
