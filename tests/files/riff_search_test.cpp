@@ -17,30 +17,41 @@ Bytes InfoList() {  // three entries, two of odd size: list size 4 + 12 + 14 + 1
                               Chunk("ISFT", Text("x"))}));
 }
 
-TEST(RiffSearch, FindChunkHeaderChargesHeadersAndPaddedChunks) {
-  // fmt (16) at 12, odd1 (3) at 36, odd2 (1) at 48, want (2) at 58; RIFF size 60.
+enum Search { kChunk, kChunkInRiff, kList };
+
+TEST(RiffSearch, SearchesChargeHeadersPaddedChunksAndListTypes) {
+  // fmt (16) at 12, odd1 (3) at 36, odd2 (1) at 48, want (2) at 58, list "abcd"
+  // (18 bytes) at 68, INFO at 86 with its first entry at 98; RIFF size 126.
   TempFile f(Riff("WAVE", Concat({Chunk("fmt ", PcmFmt()), Chunk("odd1", Text("abc")),
-                                  Chunk("odd2", Text("x")), Chunk("want", Text("yz"))})));
-  const struct { bool inRiff; const char *id; LONG budget; HRESULT result; LONG left;
-                 uint64_t pos; DWORD size; } cases[] = {
-      {false, "fmt ", 8, S_OK, 0, 20, 16},  // only the header is charged
-      {false, "want", 54, S_OK, 0, 66, 2},  // 8 + 16, 8 + 3 + 1, 8 + 1 + 1, 8
-      {false, "want", 53, kNotFound, 7, 58, kSentinel},
-      {false, "want", 1000, S_OK, 1000 - 54, 66, 2},
+                                  Chunk("odd2", Text("x")), Chunk("want", Text("yz")),
+                                  List("abcd", Text("123456")), InfoList()})));
+  const struct { Search search; const char *id; uint64_t at; LONG budget; HRESULT result;
+                 LONG left; uint64_t pos; DWORD size; } cases[] = {
+      {kChunk, "fmt ", 12, 8, S_OK, 0, 20, 16},  // only the header is charged
+      {kChunk, "want", 12, 54, S_OK, 0, 66, 2},  // 8 + 16, 8 + 3 + 1, 8 + 1 + 1, 8
+      {kChunk, "want", 12, 53, kNotFound, 7, 58, kSentinel},
+      {kChunk, "want", 12, 1000, S_OK, 1000 - 54, 66, 2},
       // Budgets below 8 end at once and are written back.
-      {false, "fmt ", 7, kNotFound, 7, 12, kSentinel},
-      {false, "fmt ", 0, kNotFound, 0, 12, kSentinel},
-      {false, "fmt ", -1, kNotFound, -1, 12, kSentinel},
-      {false, "fmt ", LONG(0x80000000), kNotFound, LONG(0x80000000), 12, kSentinel},
+      {kChunk, "fmt ", 12, 7, kNotFound, 7, 12, kSentinel},
+      {kChunk, "fmt ", 12, 0, kNotFound, 0, 12, kSentinel},
+      {kChunk, "fmt ", 12, -1, kNotFound, -1, 12, kSentinel},
+      {kChunk, "fmt ", 12, LONG(0x80000000), kNotFound, LONG(0x80000000), 12, kSentinel},
       // From the start the budget is the RIFF size - 4; the caller's is ignored.
-      {true, "fmt ", 3, S_OK, 56 - 8, 20, 16}, {true, "want", 3, S_OK, 56 - 54, 66, 2},
-      {true, "cue ", kNoBudget, kNotFound, 0, 68, kSentinel}};
+      {kChunkInRiff, "fmt ", 0, 3, S_OK, 122 - 8, 20, 16},
+      {kChunkInRiff, "want", 0, 3, S_OK, 122 - 54, 66, 2},
+      {kChunkInRiff, "cue ", 0, kNoBudget, kNotFound, 0, 134, kSentinel},
+      // A list's type costs 4, and a skipped list 4 more than it occupies.
+      {kList, "INFO", 68, 66, S_OK, 66 - (18 + 4) - 12, 98, 36},
+      {kList, "INFO", 86, 11, kNotFound, 3, 94, kSentinel},  // 3 left after the header
+      {kList, "INFO", 86, 12, S_OK, 0, 98, 36}};
   FOR_EACH_CASE(cases) {
-    f.Seek(12);
+    const HANDLE h = f.handle();
+    f.Seek(c.at);
     LONG left = c.budget;
     DWORD size = kSentinel;
-    EXPECT_EQ(c.inRiff ? riff_FindChunkHeaderInRIFF(f.handle(), Fcc(c.id), &size, &left)
-                       : riff_FindChunkHeader(f.handle(), Fcc(c.id), &size, &left),
+    EXPECT_EQ(c.search == kChunk      ? riff_FindChunkHeader(h, Fcc(c.id), &size, &left)
+              : c.search == kList     ? riff_FindListChunk(h, Fcc(c.id), &size, &left)
+                                      : riff_FindChunkHeaderInRIFF(h, Fcc(c.id), &size, &left),
               c.result);
     EXPECT_EQ(left, c.left);
     EXPECT_EQ(size, c.size);
@@ -48,6 +59,12 @@ TEST(RiffSearch, FindChunkHeaderChargesHeadersAndPaddedChunks) {
   }
   EXPECT_EQ(riff_FindChunkHeaderInRIFF(f.handle(), Fcc("want"), nullptr, nullptr), S_OK);
   EXPECT_EQ(f.Pos(), 66u);
+  DWORD size = 0;
+  EXPECT_EQ(riff_FindListChunkFromStart(f.handle(), Fcc("INFO"), &size), S_OK);
+  EXPECT_EQ(size, 36u);
+  EXPECT_EQ(f.Pos(), 98u);
+  EXPECT_EQ(riff_FindListChunkFromStart(f.handle(), Fcc("INFO"), nullptr), S_OK);
+  EXPECT_EQ(riff_FindListChunkFromStart(f.handle(), Fcc("DISP"), &size), kNotFound);
 }
 
 TEST(RiffSearch, ReadErrorsLeaveTheBudgetAloneOrChargeOnlyTheHeader) {
@@ -63,30 +80,6 @@ TEST(RiffSearch, ReadErrorsLeaveTheBudgetAloneOrChargeOnlyTheHeader) {
   EXPECT_EQ(riff_GetNumListEntries(f.handle(), &left), GVRIFF_E_READ);
   EXPECT_EQ(left, 28);  // the header is charged before the read is looked at
   EXPECT_EQ(f.Pos(), 24u);
-}
-
-TEST(RiffList, FindListChunkChargesTheTypeAndFourExtraBytesPerSkippedList) {
-  // List "abcd" (18 bytes) at 12, INFO at 30 with its first entry at 42.
-  TempFile f(Riff("WAVE", Concat({List("abcd", Text("123456")), InfoList()})));
-  const struct { uint64_t at; LONG budget; HRESULT result; LONG left; uint64_t pos; DWORD size;
-  } cases[] = {{12, 66, S_OK, 66 - (18 + 4) - 12, 42, 36},
-               {30, 11, kNotFound, 3, 38, kSentinel},  // 3 left after the header
-               {30, 12, S_OK, 0, 42, 36}};
-  FOR_EACH_CASE(cases) {
-    f.Seek(c.at);
-    LONG left = c.budget;
-    DWORD size = kSentinel;
-    EXPECT_EQ(riff_FindListChunk(f.handle(), Fcc("INFO"), &size, &left), c.result);
-    EXPECT_EQ(left, c.left);
-    EXPECT_EQ(size, c.size);
-    EXPECT_EQ(f.Pos(), c.pos);
-  }
-  DWORD size = 0;
-  EXPECT_EQ(riff_FindListChunkFromStart(f.handle(), Fcc("INFO"), &size), S_OK);
-  EXPECT_EQ(size, 36u);
-  EXPECT_EQ(f.Pos(), 42u);
-  EXPECT_EQ(riff_FindListChunkFromStart(f.handle(), Fcc("INFO"), nullptr), S_OK);
-  EXPECT_EQ(riff_FindListChunkFromStart(f.handle(), Fcc("DISP"), &size), kNotFound);
 }
 
 TEST(RiffList, GetNumListEntriesRestoresThePositionButSpendsTheBudget) {
