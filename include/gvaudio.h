@@ -3,7 +3,11 @@
  * attributes record, format texts and 64-bit sample regions.
  *
  * Every routine that touches sample data reduces a WAVEFORMATEX to a sample
- * type first. Nothing here allocates or keeps state.
+ * type first. Nothing here allocates or keeps state, so any thread may call
+ * these functions at once on records and buffers that no other thread
+ * writes. The one exception: GvAudio_GetAttribsText formats with GvPrintF,
+ * whose token table is not locked, so it must not run while another thread
+ * adds tokens with GvPrintF_AddToken.
  */
 #ifndef GVAUDIO_H
 #define GVAUDIO_H
@@ -63,11 +67,11 @@ typedef struct tGVREGION64 {
 GVAPI(DWORD) GvAudio_GetSampleType(const WAVEFORMATEX *pwfx);
 
 /* Repairs a WAVE_FORMAT_PCM record claiming 20 bits to 24 bits; no other
- * field changes. 1 if repaired, else 0 (also for null). */
+ * field changes. TRUE if repaired, else FALSE (also for null). */
 GVAPI(BOOL) GvAudio_FixBadWfx(WAVEFORMATEX *pwfx);
 
-/* 1 when nChannels, nSamplesPerSec, wFormatTag and wBitsPerSample are all
- * equal, else 0 (also when either is null). */
+/* TRUE when nChannels, nSamplesPerSec, wFormatTag and wBitsPerSample are
+ * all equal, else FALSE (also when either is null). */
 GVAPI(BOOL) GvAudio_IsEqualFormat(const WAVEFORMATEX *a, const WAVEFORMATEX *b);
 
 /* Full scale of an integer width: 8 -> 128.0, 16 -> 32768.0,
@@ -75,28 +79,28 @@ GVAPI(BOOL) GvAudio_IsEqualFormat(const WAVEFORMATEX *a, const WAVEFORMATEX *b);
 GVAPI(double) GvAudio_GetNormalizeFactor(int nBits);
 
 /* The label of a format tag: the PCM family's own labels, otherwise the
- * audio compression manager's tag name. 0, or E_FAIL with "Unknown" when
+ * audio compression manager's tag name. S_OK, or E_FAIL with "Unknown" when
  * the manager has no name. pszText may be null (result only); otherwise
  * at most cchText bytes are written and pszText[cchText-1] is set to 0. */
 GVAPI(HRESULT) GvAudio_GetTagText(DWORD wFormatTag, LPSTR pszText, UINT cchText);
 
 /* A description such as "44,100 Hz, 16-bit, Stereo" for PCM-family
  * records whose nBlockAlign is whole bytes times channels; other records
- * are described by the audio compression manager. 0, or E_FAIL with
+ * are described by the audio compression manager. S_OK, or E_FAIL with
  * "Unknown". Buffer rules as for GvAudio_GetTagText. */
 GVAPI(HRESULT) GvAudio_GetAttribsText(const WAVEFORMATEX *pwfx, LPSTR pszText, UINT cchText);
 
 /* Builds a full record (fields 1-5 from the arguments, 6 and 7 computed),
  * copies its first min(cbAttr, 48) bytes to pAttr and stores that count in
  * cbSize (when at least 4 bytes were copied). Note the order: bits before
- * channels. Returns 0; a null pAttr writes nothing. */
+ * channels. Returns S_OK; a null pAttr writes nothing. */
 GVAPI(HRESULT) GvAudio_InitAttribs(tGVAUDIOATTRIBS *pAttr, DWORD cbAttr, DWORD dwUser,
                                    DWORD dwFlags, DWORD nSamplesPerSec,
                                    DWORD nBitsPerSample, DWORD nChannels);
 
-/* 1 and the overlap in *pOut when a and b overlap; 0 and *pOut untouched
- * when they do not (regions that only touch do not overlap) or any pointer
- * is null. */
+/* TRUE and the overlap in *pOut when a and b overlap; FALSE and *pOut
+ * untouched when they do not (regions that only touch do not overlap) or
+ * any pointer is null. */
 GVAPI(BOOL) GvIntersectRegionLongLong(tGVREGION64 *pOut, const tGVREGION64 *a,
                                       const tGVREGION64 *b);
 

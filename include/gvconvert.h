@@ -4,6 +4,9 @@
  * The computable types are GV_SAMPLE_UINT8, INT16, INT24, INT32, FLOAT32,
  * FLOAT64, INT24IN32 and INT8 (gvaudio.h); big-endian types have none.
  * Converting float to integer truncates toward zero, then clips.
+ *
+ * Converters and channel routines keep no state: any thread may run them
+ * at once on buffers that no other thread writes.
  */
 #ifndef GVCONVERT_H
 #define GVCONVERT_H
@@ -29,9 +32,10 @@ typedef void(WINAPI *GVCOPYCHANNELSFUNC)(void *pDst, int nDstChannels, int iDstC
 GVAPI(GVCONVERTFUNC) GvAudio_GetCopyFunction(const WAVEFORMATEX *pwfxDst,
                                              const WAVEFORMATEX *pwfxSrc);
 
-/* Converts nFrames * pwfxSrc->nChannels samples. 0 at once when nFrames
- * is 0 or negative; E_NOTIMPL when there is no converter. Both formats
- * must have the same channel count (the destination's is not read). */
+/* Converts nFrames * pwfxSrc->nChannels samples. S_OK at once when
+ * nFrames is 0 or negative; E_NOTIMPL when there is no converter. Both
+ * formats must have the same channel count (the destination's is not
+ * read). */
 GVAPI(HRESULT) GvAudio_Copy(const WAVEFORMATEX *pwfxDst, void *pDst,
                             const WAVEFORMATEX *pwfxSrc, const void *pSrc, int nFrames,
                             float gain);
@@ -40,11 +44,11 @@ GVAPI(HRESULT) GvAudio_Copy(const WAVEFORMATEX *pwfxDst, void *pDst,
 GVAPI(GVCOPYCHANNELSFUNC) GvAudio_GetCopyChannelsFunction(const WAVEFORMATEX *pwfxDst,
                                                           const WAVEFORMATEX *pwfxSrc);
 
-/* A null pMap: GvAudio_Copy at gain 1.0. Otherwise 0 for nFrames <= 0,
+/* A null pMap: GvAudio_Copy at gain 1.0. Otherwise S_OK for nFrames <= 0,
  * E_NOTIMPL without a routine, else source channel i goes to destination
  * channel pMap[i] for each i < pwfxSrc->nChannels; negative entries and
  * entries >= pwfxDst->nChannels are skipped, unnamed destination channels
- * are left alone, later sources overwrite earlier ones. Returns 0. */
+ * are left alone, later sources overwrite earlier ones. Returns S_OK. */
 GVAPI(HRESULT) GvAudio_CopyChannels(const WAVEFORMATEX *pwfxDst, void *pDst,
                                     const WAVEFORMATEX *pwfxSrc, const void *pSrc, int nFrames,
                                     const long *pMap);

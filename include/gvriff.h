@@ -10,9 +10,11 @@
  *
  * Every function works on a HANDLE from CreateFileA and moves only that
  * handle's file pointer. Nothing is buffered and no state is kept, so the
- * functions are re-entrant; one handle must not be used by two threads at
- * once. Results are 0 on success or one of the GVRIFF_E_ codes below unless
- * a function says otherwise. A read that returns fewer bytes than asked is
+ * functions are re-entrant. They are not thread-safe on one handle: every
+ * call moves the file pointer, so two threads must never use the same
+ * handle (nor duplicates of it, which share its file pointer) at once.
+ * Results are S_OK or one of the GVRIFF_E_ codes below unless a function
+ * says otherwise. A read that returns fewer bytes than asked is
  * not an error: the bytes that were not read come back as zero. On an error
  * the file pointer stays where the failing step left it, except where a
  * function says that it restores it.
@@ -34,7 +36,7 @@
 #define GVRIFF_ID_RIFF 0x46464952UL /* "RIFF" */
 #define GVRIFF_ID_LIST 0x5453494CUL /* "LIST" */
 
-/* Result codes of the family (and E_OUTOFMEMORY, 0x8007000E). */
+/* Result codes of the family (besides E_OUTOFMEMORY and E_INVALIDARG). */
 #define GVRIFF_E_READ         ((HRESULT)0x8004E008L) /* a read from the file failed */
 #define GVRIFF_E_WRITE        ((HRESULT)0x8004E009L) /* a write to the file failed */
 #define GVRIFF_E_NOTFOUND     ((HRESULT)0x8004E00AL) /* not found within the budget */
@@ -51,34 +53,34 @@ typedef struct tGVRIFFDATA {
 
 /* ---- Position and data ------------------------------------------------ */
 
-/* Stores the current file offset (the low 32 bits) in *location. Returns 0.
- * A null location is ignored. */
+/* Stores the current file offset (the low 32 bits) in *location. Returns
+ * S_OK. A null location is ignored. */
 GVAPI(HRESULT) riff_SaveLocation(HANDLE file, DWORD *location);
-/* Moves the file pointer to the absolute offset `location`. Returns 0; the
- * seek's own result is not looked at. */
+/* Moves the file pointer to the absolute offset `location`. Returns S_OK;
+ * the seek's own result is not looked at. */
 GVAPI(HRESULT) riff_RestoreLocation(HANDLE file, DWORD location);
 /* Moves to offset 12, the first chunk after the RIFF header and form type.
- * Returns 0. */
+ * Returns S_OK. */
 GVAPI(HRESULT) riff_SeekDataStart(HANDLE file);
 /* Moves forward by size + (size & 1) and returns that padded size (not a
  * result code; 0 for size 0xFFFFFFFF, whose padded size needs 33 bits). */
 GVAPI(DWORD) riff_SkipChunk(HANDLE file, DWORD size);
 /* Looks at a chunk size only (the identifier is ignored): GVRIFF_E_NEGATIVESIZE
- * when size < 0, GVRIFF_E_ZEROSIZE when it is 0, else 0. */
+ * when size < 0, GVRIFF_E_ZEROSIZE when it is 0, else S_OK. */
 GVAPI(HRESULT) riff_ValidateChunkHeader(DWORD id, LONG size);
 /* Reads `size` bytes into buffer, then steps over the pad byte when size is
- * odd. 0, or GVRIFF_E_READ when the read fails (also for a null buffer with
- * a non-zero size). */
+ * odd. S_OK, or GVRIFF_E_READ when the read fails (also for a null buffer
+ * with a non-zero size). */
 GVAPI(HRESULT) riff_ReadData(HANDLE file, void *buffer, DWORD size);
 /* Reads min(bufferSize, chunkSize) bytes into buffer, then moves on so that
- * the file stands after the whole padded chunk. 0, or GVRIFF_E_READ when the
- * read fails (the file then stays where the read left it). */
+ * the file stands after the whole padded chunk. S_OK, or GVRIFF_E_READ when
+ * the read fails (the file then stays where the read left it). */
 GVAPI(HRESULT) riff_ReadDataBounded(HANDLE file, void *buffer, DWORD bufferSize,
                                     DWORD chunkSize);
-/* Sets record->data to null first. Size 0: returns 0 without allocating.
+/* Sets record->data to null first. Size 0: returns S_OK without allocating.
  * Otherwise allocates record->size bytes (GlobalAlloc(GMEM_MOVEABLE |
  * GMEM_ZEROINIT) kept locked) and reads them as riff_ReadData does. Results:
- * 0; E_INVALIDARG for a null record; E_OUTOFMEMORY; GVRIFF_E_READ when the
+ * S_OK; E_INVALIDARG for a null record; E_OUTOFMEMORY; GVRIFF_E_READ when the
  * read fails or when the size runs past the end of a disk file (then
  * nothing is allocated and the file pointer has not moved). On failure
  * nothing stays allocated. The caller frees the block:
@@ -87,14 +89,16 @@ GVAPI(HRESULT) riff_ReadDataAlloc(HANDLE file, tGVRIFFDATA *record);
 
 /* ---- Headers ---------------------------------------------------------- */
 
-/* Reads the 4-byte identifier, then the 4-byte size. 0; GVRIFF_E_READ when
+/* Reads the 4-byte identifier, then the 4-byte size. S_OK; GVRIFF_E_READ when
  * either read fails; E_INVALIDARG when a pointer is null. */
 GVAPI(HRESULT) riff_ReadChunkHeader(HANDLE file, DWORD *id, DWORD *size);
 /* Reads an 8-byte header. GVRIFF_E_READ on a failed read. GVRIFF_E_NOTLIST
  * when the identifier is not "LIST" (then *listType holds the identifier
  * found and *size its size). On success *size = list size - 4 (the bytes of
  * the list's entries) and *listType = the 4-byte list type read after the
- * header. E_INVALIDARG when a pointer is null. */
+ * header. E_INVALIDARG when a pointer is null. A damaged list whose size is
+ * below 4 gives a wrapped *size (0xFFFFFFFC to 0xFFFFFFFF): check it against
+ * what the enclosing chunk holds before using it. */
 GVAPI(HRESULT) riff_ReadListHeader(HANDLE file, DWORD *listType, DWORD *size);
 /* Reads the RIFF header from the current position (normally 0). *size (if
  * given) receives header size - 4 before the identifier is tested, so it is
@@ -102,28 +106,28 @@ GVAPI(HRESULT) riff_ReadListHeader(HANDLE file, DWORD *listType, DWORD *size);
  * into *formType (if given; GVRIFF_E_READ if that read fails). On success
  * the file stands at offset 12. */
 GVAPI(HRESULT) riff_ReadFileID(HANDLE file, DWORD *size, DWORD *formType);
-/* Writes identifier then size. 0 or GVRIFF_E_WRITE. */
+/* Writes identifier then size. S_OK or GVRIFF_E_WRITE. */
 GVAPI(HRESULT) riff_WriteChunkHeader(HANDLE file, DWORD id, DWORD size);
 /* Writes the header, `size` bytes of data and, when size is odd, one zero
  * pad byte. *written (optional) receives size + pad + 8 on success only.
- * 0; GVRIFF_E_WRITE on a failed write; E_INVALIDARG (nothing written) for
+ * S_OK; GVRIFF_E_WRITE on a failed write; E_INVALIDARG (nothing written) for
  * null data with a non-zero size. */
 GVAPI(HRESULT) riff_WriteChunk(HANDLE file, DWORD id, const void *data, DWORD size,
                                DWORD *written);
 /* Writes a "LIST" header of `size` (which counts the 4 type bytes), then the
- * list type. 0 or GVRIFF_E_WRITE. */
+ * list type. S_OK or GVRIFF_E_WRITE. */
 GVAPI(HRESULT) riff_WriteListHeader(HANDLE file, DWORD listType, DWORD size);
 /* Writes a "RIFF" header of `size`, then the form type. Only the form
- * type's write decides between 0 and GVRIFF_E_WRITE. */
+ * type's write decides between S_OK and GVRIFF_E_WRITE. */
 GVAPI(HRESULT) riff_WriteFileID(HANDLE file, DWORD formType, DWORD size);
 
 /* ---- Size of the whole file ------------------------------------------- */
 
-/* Writes `size` at offset 4. 0 or GVRIFF_E_WRITE; the file pointer comes
- * back to where it was either way. */
+/* Writes `size` at offset 4. S_OK or GVRIFF_E_WRITE; the file pointer
+ * comes back to where it was either way. */
 GVAPI(HRESULT) riff_SetRIFFSize(HANDLE file, DWORD size);
-/* Adds `difference` to the size at offset 4. 0, or GVRIFF_E_WRITE when the
- * read or the write fails; the file pointer comes back either way. */
+/* Adds `difference` to the size at offset 4. S_OK, or GVRIFF_E_WRITE when
+ * the read or the write fails; the file pointer comes back either way. */
 GVAPI(HRESULT) riff_UpdateRIFFSize(HANDLE file, LONG difference);
 
 /* ---- Searches --------------------------------------------------------- */
@@ -132,7 +136,7 @@ GVAPI(HRESULT) riff_UpdateRIFFSize(HANDLE file, LONG difference);
  * until one has identifier `id`. Each header costs the budget 8 bytes and
  * each skipped chunk its padded size; the search gives up with
  * GVRIFF_E_NOTFOUND (budget written back) when the budget is below 8 before
- * a header. On success: 0, the file at the chunk's first data byte, *size
+ * a header. On success: S_OK, the file at the chunk's first data byte, *size
  * (optional) = the chunk's size, *remaining reduced by the header only. A
  * read error is returned as it is, without writing the budget back. A search
  * that reaches the end of the file ends there: with a budget as if zero
@@ -149,17 +153,28 @@ GVAPI(HRESULT) riff_FindChunkHeaderInRIFF(HANDLE file, DWORD id, DWORD *size,
  * error is returned). Reading a list type costs 4 (GVRIFF_E_NOTFOUND when
  * fewer are left); a non-matching list is skipped and its even-rounded size
  * taken from the budget, so each skipped list costs 4 bytes more than it
- * occupies (callers rely on this count). On success: 0, the file at the
- * list's first entry, *size (optional) = list size - 4. */
+ * occupies (callers rely on this count). On success: S_OK, the file at the
+ * list's first entry, *size (optional) = list size - 4.
+ * A damaged "LIST" whose size is below 4 has its type read from the 4 bytes
+ * after its header, beyond its end; when those match, the *size reported is
+ * that size - 4 wrapped around (0xFFFFFFFC to 0xFFFFFFFF), so check *size
+ * against the budget before reading or allocating by it. The same holds for
+ * riff_FindListChunkFromStart. */
 GVAPI(HRESULT) riff_FindListChunk(HANDLE file, DWORD listType, DWORD *size, LONG *remaining);
 /* Seeks to 0, riff_ReadFileID (error returned), then riff_FindListChunk with
  * a budget of RIFF size - 4; *size (optional) on success. */
 GVAPI(HRESULT) riff_FindListChunkFromStart(HANDLE file, DWORD listType, DWORD *size);
 /* Counts the chunks from the current position while *remaining >= 8 (or,
- * with a null pointer, up to the end of the file). Returns the count, or a
- * read error code (negative). The file pointer comes back to where it was,
+ * with a null pointer, up to the end of the file). Returns the count, or
+ * GVRIFF_E_READ (negative). The file pointer comes back to where it was,
  * but *remaining stays spent (normally 0): copy it first if it is needed
- * again. */
+ * again.
+ * With a budget larger than what is left of the file (a damaged size), the
+ * end of the file does not stop the count: every 8 bytes of budget left
+ * there count as one more empty chunk (a 64-byte file of zeros with a
+ * budget of 100 gives 12). Do not size arrays by the count unchecked:
+ * each real chunk takes at least 8 bytes of the file, so compare the count
+ * with what is left of the file. */
 GVAPI(LONG) riff_GetNumListEntries(HANDLE file, LONG *remaining);
 
 #endif /* GVRIFF_H */

@@ -30,9 +30,7 @@ TEST(AudioAttribs, SampleTypeFollowsKindBitsAndFlags) {
                {GVAA_FLOAT32 | GVAA_SCALEDFLOAT, 0, GV_SAMPLE_FLOAT32},
                {GVAA_FLOAT64, 64, GV_SAMPLE_FLOAT64},  {0, 12, GV_SAMPLE_NONE},
                {0x30000, 32, GV_SAMPLE_NONE}};
-  FOR_EACH_CASE(cases) {
-    EXPECT_EQ(SampleTypeOfAttribs(Attr(c.flags, c.bits, 2)), c.type);
-  }
+  FOR_EACH_CASE(cases) EXPECT_EQ(SampleTypeOfAttribs(Attr(c.flags, c.bits, 2)), c.type);
 }
 
 TEST(AudioAttribs, MatchNeedsChannelsAndKindOrBitsAndFlags) {
@@ -47,9 +45,7 @@ TEST(AudioAttribs, MatchNeedsChannelsAndKindOrBitsAndFlags) {
       {Attr(0, 16, 2), Attr(0, 24, 2), false},
       {Attr(GVAA_FLOAT32, 32, 2), Attr(GVAA_FLOAT64, 32, 2), false},
   };
-  FOR_EACH_CASE(cases) {
-    EXPECT_EQ(AttribsMatch(c.a, c.b), c.match);
-  }
+  FOR_EACH_CASE(cases) EXPECT_EQ(AttribsMatch(c.a, c.b), c.match);
 }
 
 TEST(AudioAttribs, SilenceIsOffsetOnlyForUnsigned8) {

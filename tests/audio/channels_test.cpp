@@ -8,6 +8,7 @@
 
 #include "audio/reference_model.h"
 #include "gvtalc.h"
+#include "support/cases.h"
 
 namespace {
 
@@ -43,46 +44,30 @@ TEST_P(ChannelRoutines, WriteExactlyTheSamplesOfTheirIndexFormula) {
   GVCOPYCHANNELSFUNC copy = GvAudio_GetCopyChannelsFunction(&wd, &ws);
   ASSERT_NE(copy, nullptr);
   std::mt19937 rng(GetParam());
-  for (size_t li = 0; li < sizeof kLayouts / sizeof kLayouts[0]; ++li) {
-    SCOPED_TRACE(li);
-    const Layout &l = kLayouts[li];
+  FOR_EACH_CASE(kLayouts) {
     // Room for the widest stride, (frames + 1) * (channels + 1) samples.
-    std::vector<unsigned char> src(size_t(l.frames + 1) * (l.nSrc + 1) * s.bytes);
-    for (auto &b : src) b = static_cast<unsigned char>(rng());
-    if (audiotest::IsFloat(s)) {  // keep float samples finite and modest
-      for (size_t i = 0; i + s.bytes <= src.size(); i += s.bytes) {
-        const double v = int(rng() % 4000 - 2000) / 1000.0;
-        if (s.bytes == 4) {
-          float f = float(v);
-          std::memcpy(&src[i], &f, 4);
-        } else {
-          std::memcpy(&src[i], &v, 8);
-        }
-      }
+    std::vector<unsigned char> src(size_t(c.frames + 1) * (c.nSrc + 1) * s.bytes);
+    for (size_t i = 0; i < src.size(); i += s.bytes) {  // floats finite and modest
+      const double v = int(rng() % 4000 - 2000) / 1000.0;
+      const float f = float(v);
+      for (int b = 0; b < s.bytes; ++b) src[i + b] = static_cast<unsigned char>(rng());
+      if (audiotest::IsFloat(s))
+        std::memcpy(&src[i], s.bytes == 4 ? static_cast<const void *>(&f) : &v, s.bytes);
     }
-    std::vector<unsigned char> dst(size_t(l.frames + 1) * (l.nDst + 1) * d.bytes, 0xC3);
+    std::vector<unsigned char> dst(size_t(c.frames + 1) * (c.nDst + 1) * d.bytes, 0xC3);
     std::vector<unsigned char> want = dst;
-    for (int k = 0; k < l.frames; ++k) {
+    copy(dst.data(), c.nDst, c.iDst, src.data(), c.nSrc, c.iSrc, 0);
+    copy(dst.data(), c.nDst, c.iDst, src.data(), c.nSrc, c.iSrc, -4);
+    ASSERT_EQ(dst, want) << "zero or negative frames wrote";
+    for (int k = 0; k < c.frames; ++k) {
       long di, si;
-      Indices(d, s, l, k, di, si);
+      Indices(d, s, c, k, di, si);
       bool any;
       audiotest::ModelOne(d, &want[di * d.bytes], s, &src[si * s.bytes], 1.0f, &any);
     }
-    copy(dst.data(), l.nDst, l.iDst, src.data(), l.nSrc, l.iSrc, l.frames);
+    copy(dst.data(), c.nDst, c.iDst, src.data(), c.nSrc, c.iSrc, c.frames);
     for (size_t i = 0; i < dst.size(); ++i) ASSERT_EQ(dst[i], want[i]) << "byte " << i;
   }
-}
-
-TEST_P(ChannelRoutines, DoNothingForZeroOrNegativeFrames) {
-  const TypeInfo &d = kTypes[GetParam() / 8], &s = kTypes[GetParam() % 8];
-  WAVEFORMATEX wd = audiotest::FormatOf(d), ws = audiotest::FormatOf(s);
-  GVCOPYCHANNELSFUNC copy = GvAudio_GetCopyChannelsFunction(&wd, &ws);
-  ASSERT_NE(copy, nullptr);
-  unsigned char dst[16], src[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
-  std::memset(dst, 0xC3, sizeof dst);
-  copy(dst, 1, 0, src, 1, 0, 0);
-  copy(dst, 1, 0, src, 1, 0, -4);
-  for (unsigned char b : dst) EXPECT_EQ(b, 0xC3);
 }
 
 TEST(ChannelRoutinesDiagonal, SameStartAddressDoesNothing) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "audio/convert.h"
 #include "audio/reference_model.h"
 #include "gvtalc.h"
+#include "support/cases.h"
 
 namespace {
 
@@ -30,52 +32,44 @@ void PutInt(std::vector<unsigned char> &buf, const TypeInfo &t, std::int64_t v) 
   buf.insert(buf.end(), b, b + t.bytes);
 }
 
-void PutRaw32(std::vector<unsigned char> &buf, std::uint32_t v) {
-  for (int i = 0; i < 4; ++i) buf.push_back(static_cast<unsigned char>(v >> (8 * i)));
+// The bytes of v as they lie in memory (little-endian).
+template <class T> void Put(std::vector<unsigned char> &buf, T v) {
+  const unsigned char *b = reinterpret_cast<const unsigned char *>(&v);
+  buf.insert(buf.end(), b, b + sizeof v);
 }
 
-template <class F> void PutFloat(std::vector<unsigned char> &buf, F f) {
-  unsigned char b[sizeof f];
-  std::memcpy(b, &f, sizeof f);
-  buf.insert(buf.end(), b, b + sizeof f);
-}
-
-// Edge values followed by random data, count samples in all.
+// Edge values (the documented examples among them) followed by random
+// data, count samples in all.
 std::vector<unsigned char> SourceData(const TypeInfo &t, size_t count, unsigned seed) {
   std::vector<unsigned char> buf;
   std::mt19937 rng(seed);
   if (audiotest::IsFloat(t)) {
-    const double steps[] = {0.0, -0.0, 1.0, -1.0, 0.5, -0.5, 0.99999, -0.00001, 1.0000001,
-                            -1.0000001, 2.0, -2.0, 1e10, -1e10, 3.0517578125e-05,
+    const double steps[] = {0.0, -0.0, 1.0, -1.0, 0.5, -0.5, 0.99999, -0.99999, -0.00001,
+                            1.0000001, -1.0000001, 2.0, -2.0, 3.0, -1.5, 1e10, -1e10,
+                            3.0517578125e-05, 2147483646.9 / 2147483648.0,
                             32767.999 / 32768, -32768.5 / 32768, 127.99 / 128, -128.7 / 128,
                             std::nextafter(1.0, 0.0), std::nextafter(-1.0, 0.0),
                             std::nextafter(0.5, 0.0), 8388607.5 / 8388608,
                             2147483647.0 / 2147483648.0, 2147483647.5 / 2147483648.0,
                             -2147483648.5 / 2147483648.0, 0.1, -0.3, 0.75, 1.5};
-    for (double v : steps) {
-      if (t.code == GV_SAMPLE_FLOAT32) PutFloat(buf, float(v));
-      else PutFloat(buf, v);
-    }
     std::uniform_real_distribution<double> dist(-1.6, 1.6);
-    while (buf.size() < count * t.bytes) {
-      if (t.code == GV_SAMPLE_FLOAT32) PutFloat(buf, float(dist(rng)));
-      else PutFloat(buf, dist(rng));
+    for (size_t i = 0; i < count; ++i) {
+      const double v = i < std::size(steps) ? steps[i] : dist(rng);
+      if (t.code == GV_SAMPLE_FLOAT32) Put(buf, float(v));
+      else Put(buf, v);
     }
   } else {
     const std::int64_t lo = audiotest::RangeMin(t), hi = audiotest::RangeMax(t);
     const std::int64_t edges[] = {0, 1, -1, 2, -2, lo, hi, lo + 1, hi - 1, hi / 2, lo / 2,
-                                  hi / 2 + 1, 0x7F, -0x80, 0x80, 0x7FFF, -0x8000, 0x8000};
+                                  hi / 2 + 1, 0x7F, -0x80, 0x80, 0x7FFF, -0x8000, 0x8000, -12345};
     for (std::int64_t v : edges)
       if (v >= lo && v <= hi) PutInt(buf, t, v);
-    if (t.code == GV_SAMPLE_INT24IN32) {  // containers may hold out-of-range values
-      for (std::uint32_t v : {0x00800000u, 0xFF7FFFFFu, 0x7FFFFFFFu, 0x80000000u, 0x12345678u})
-        PutRaw32(buf, v);
-    }
-    if (t.bits == 32) {
+    if (t.bytes == 4) {  // int24in32 containers may hold out-of-range values too
       for (std::uint32_t v : {0x7FFFFF80u, 0x7FFFFFC0u, 0x00FFFFFFu, 0x01000001u, 0x3FFFFFFFu,
                               0xC0000001u, 0x80000080u, 0x7FFFFFBFu, 0x7F7FFFFFu, 0x80800001u,
-                              0x00FFFFFFu, 0xFF000001u})
-        PutRaw32(buf, v);
+                              0xFF000001u, 0x00800000u, 0xFF7FFFFFu, 0x7FFFFFFFu, 0x80000000u,
+                              0x12345678u, 0x01000000u})
+        Put(buf, v);
     }
     while (buf.size() < count * t.bytes) buf.push_back(static_cast<unsigned char>(rng()));
   }
@@ -135,35 +129,34 @@ class ConverterMatrix : public ::testing::TestWithParam<Pair> {
                  WithinDoubleRounding(D(), got, want)) {
         continue;
       }
-      if (++bad <= 3) {
-        std::string g, w, s;
-        char hex[4];
-        for (int b = 0; b < D().bytes; ++b) std::snprintf(hex, 4, "%02X", got[b]), g += hex;
-        for (int b = 0; b < D().bytes; ++b) std::snprintf(hex, 4, "%02X", want[b]), w += hex;
-        for (int b = 0; b < S().bytes; ++b)
-          std::snprintf(hex, 4, "%02X", src[i * S().bytes + b]), s += hex;
-        ADD_FAILURE() << "sample " << i << " source bytes " << s << " gain " << gain << ": got "
-                      << g << " want " << w;
-      }
+      if (++bad <= 3)
+        ADD_FAILURE() << "n=" << n << " sample " << i << " source " << Hex(src + i * S().bytes, S())
+                      << " gain " << gain << ": got " << Hex(got, D()) << " want " << Hex(want, D());
     }
     return bad;
+  }
+
+  static std::string Hex(const unsigned char *p, const TypeInfo &t) {
+    std::string text;
+    char hex[4];
+    for (int b = 0; b < t.bytes; ++b) std::snprintf(hex, sizeof hex, "%02X", p[b]), text += hex;
+    return text;
   }
 };
 
 TEST_P(ConverterMatrix, MatchesReferenceModelOutOfPlace) {
   GVCONVERTFUNC convert = Converter();
   ASSERT_NE(convert, nullptr);
-  for (size_t n : {size_t(0), size_t(1), size_t(3), size_t(5), size_t(7), size_t(61), size_t(1027)}) {
-    for (float gain : kGains) {
-      SCOPED_TRACE(::testing::Message() << "n=" << n << " gain=" << gain);
+  FOR_EACH_CASE(kGains) {
+    for (size_t n : {0, 1, 3, 5, 7, 61, 1027}) {
       const auto src = SourceData(S(), n, unsigned(n * 31 + GetParam().src));
       const auto srcCopy = src;
       std::vector<unsigned char> dst(n * D().bytes + kCanaryBytes, kCanary);
-      convert(dst.data(), src.data(), DWORD(n), gain);
-      EXPECT_EQ(src, srcCopy) << "source modified";
+      convert(dst.data(), src.data(), DWORD(n), c);
+      EXPECT_EQ(src, srcCopy) << "source modified, n=" << n;
       for (size_t i = n * D().bytes; i < dst.size(); ++i)
-        ASSERT_EQ(dst[i], kCanary) << "write past the last sample at byte " << i;
-      EXPECT_EQ(Compare(dst.data(), src.data(), n, gain), 0);
+        ASSERT_EQ(dst[i], kCanary) << "write past the last sample at byte " << i << ", n=" << n;
+      EXPECT_EQ(Compare(dst.data(), src.data(), n, c), 0);
     }
   }
 }
@@ -172,15 +165,14 @@ TEST_P(ConverterMatrix, MatchesReferenceModelInPlace) {
   GVCONVERTFUNC convert = Converter();
   ASSERT_NE(convert, nullptr);
   const size_t width = std::max(D().bytes, S().bytes);
-  for (size_t n : {size_t(1), size_t(6), size_t(63), size_t(258)}) {
-    for (float gain : kGains) {
-      SCOPED_TRACE(::testing::Message() << "n=" << n << " gain=" << gain);
+  FOR_EACH_CASE(kGains) {
+    for (size_t n : {1, 6, 63, 258}) {
       const auto src = SourceData(S(), n, unsigned(n * 7 + GetParam().dst));
       std::vector<unsigned char> buf(n * width + kCanaryBytes, kCanary);
       std::memcpy(buf.data(), src.data(), src.size());
-      convert(buf.data(), buf.data(), DWORD(n), gain);
-      for (size_t i = n * width; i < buf.size(); ++i) ASSERT_EQ(buf[i], kCanary);
-      EXPECT_EQ(Compare(buf.data(), src.data(), n, gain), 0);
+      convert(buf.data(), buf.data(), DWORD(n), c);
+      for (size_t i = n * width; i < buf.size(); ++i) ASSERT_EQ(buf[i], kCanary) << "n=" << n;
+      EXPECT_EQ(Compare(buf.data(), src.data(), n, c), 0);
     }
   }
 }

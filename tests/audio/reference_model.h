@@ -17,33 +17,34 @@ struct TypeInfo {
   int bytes;
   int bits;  // significant bits of integer types; 0 for floats
   const char *name;
+  WORD tag, wfxBits;  // a WAVEFORMATEX that has this type
 };
 
 inline const TypeInfo kTypes[8] = {
-    {GV_SAMPLE_UINT8, 1, 8, "uint8"},     {GV_SAMPLE_INT16, 2, 16, "int16"},
-    {GV_SAMPLE_INT24, 3, 24, "int24"},    {GV_SAMPLE_INT32, 4, 32, "int32"},
-    {GV_SAMPLE_FLOAT32, 4, 0, "float32"}, {GV_SAMPLE_FLOAT64, 8, 0, "float64"},
-    {GV_SAMPLE_INT24IN32, 4, 24, "int24in32"}, {GV_SAMPLE_INT8, 1, 8, "int8"}};
+    {GV_SAMPLE_UINT8, 1, 8, "uint8", WAVE_FORMAT_PCM, 8},
+    {GV_SAMPLE_INT16, 2, 16, "int16", WAVE_FORMAT_PCM, 16},
+    {GV_SAMPLE_INT24, 3, 24, "int24", WAVE_FORMAT_PCM, 24},
+    {GV_SAMPLE_INT32, 4, 32, "int32", WAVE_FORMAT_PCM, 32},
+    {GV_SAMPLE_FLOAT32, 4, 0, "float32", WAVE_FORMAT_IEEE_FLOAT, 32},
+    {GV_SAMPLE_FLOAT64, 8, 0, "float64", WAVE_FORMAT_IEEE_FLOAT, 64},
+    {GV_SAMPLE_INT24IN32, 4, 24, "int24in32", GV_WAVE_FORMAT_UNPACKED, 32},
+    {GV_SAMPLE_INT8, 1, 8, "int8", GV_WAVE_FORMAT_SIGNED, 8}};
 
 inline bool IsFloat(const TypeInfo &t) { return t.bits == 0; }
 
-inline WAVEFORMATEX FormatOf(const TypeInfo &t, WORD channels = 1) {
+inline WAVEFORMATEX Wfx(WORD tag, WORD bits, WORD channels = 1, DWORD rate = 44100) {
   WAVEFORMATEX w{};
-  switch (t.code) {
-    case GV_SAMPLE_UINT8: w.wFormatTag = WAVE_FORMAT_PCM; w.wBitsPerSample = 8; break;
-    case GV_SAMPLE_INT8: w.wFormatTag = GV_WAVE_FORMAT_SIGNED; w.wBitsPerSample = 8; break;
-    case GV_SAMPLE_INT16: w.wFormatTag = WAVE_FORMAT_PCM; w.wBitsPerSample = 16; break;
-    case GV_SAMPLE_INT24: w.wFormatTag = WAVE_FORMAT_PCM; w.wBitsPerSample = 24; break;
-    case GV_SAMPLE_INT32: w.wFormatTag = WAVE_FORMAT_PCM; w.wBitsPerSample = 32; break;
-    case GV_SAMPLE_FLOAT32: w.wFormatTag = WAVE_FORMAT_IEEE_FLOAT; w.wBitsPerSample = 32; break;
-    case GV_SAMPLE_FLOAT64: w.wFormatTag = WAVE_FORMAT_IEEE_FLOAT; w.wBitsPerSample = 64; break;
-    case GV_SAMPLE_INT24IN32: w.wFormatTag = GV_WAVE_FORMAT_UNPACKED; w.wBitsPerSample = 32; break;
-  }
+  w.wFormatTag = tag;
+  w.wBitsPerSample = bits;
   w.nChannels = channels;
-  w.nSamplesPerSec = 44100;
-  w.nBlockAlign = WORD(channels * t.bytes);
-  w.nAvgBytesPerSec = w.nSamplesPerSec * w.nBlockAlign;
+  w.nSamplesPerSec = rate;
+  w.nBlockAlign = WORD(channels * (bits / 8));
+  w.nAvgBytesPerSec = rate * w.nBlockAlign;
   return w;
+}
+
+inline WAVEFORMATEX FormatOf(const TypeInfo &t, WORD channels = 1) {
+  return Wfx(t.tag, t.wfxBits, channels);
 }
 
 // A sample read from memory: integer value or floating value.
@@ -52,6 +53,12 @@ struct Sample {
   long double x = 0;
 };
 
+template <class T> T Load(const unsigned char *p) {
+  T v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
 inline Sample ReadSample(const TypeInfo &t, const unsigned char *p) {
   Sample s;
   switch (t.code) {
@@ -59,29 +66,14 @@ inline Sample ReadSample(const TypeInfo &t, const unsigned char *p) {
     case GV_SAMPLE_INT8: s.v = static_cast<signed char>(p[0]); break;
     case GV_SAMPLE_INT16: s.v = static_cast<std::int16_t>(p[0] | (p[1] << 8)); break;
     case GV_SAMPLE_INT24: {
-      std::int64_t u = p[0] | (p[1] << 8) | (std::int64_t(p[2]) << 16);
+      const std::int64_t u = p[0] | (p[1] << 8) | (std::int64_t(p[2]) << 16);
       s.v = u >= 0x800000 ? u - 0x1000000 : u;
       break;
     }
     case GV_SAMPLE_INT32:
-    case GV_SAMPLE_INT24IN32: {
-      std::int32_t v;
-      std::memcpy(&v, p, 4);
-      s.v = v;
-      break;
-    }
-    case GV_SAMPLE_FLOAT32: {
-      float f;
-      std::memcpy(&f, p, 4);
-      s.x = f;
-      break;
-    }
-    case GV_SAMPLE_FLOAT64: {
-      double d;
-      std::memcpy(&d, p, 8);
-      s.x = d;
-      break;
-    }
+    case GV_SAMPLE_INT24IN32: s.v = Load<std::int32_t>(p); break;
+    case GV_SAMPLE_FLOAT32: s.x = Load<float>(p); break;
+    case GV_SAMPLE_FLOAT64: s.x = Load<double>(p); break;
   }
   return s;
 }

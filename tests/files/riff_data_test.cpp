@@ -1,27 +1,13 @@
-// riff_ result codes, position helpers and data reads on real temporary files.
+// riff_ position helpers and data reads on real temporary files.
 #include <gtest/gtest.h>
 
-#include "files/riff_test_file.h"
+#include "support/cases.h"
+#include "support/riff_builders.h"
 
 namespace gvtest {
 namespace {
 
 void *const kSentinelPtr = reinterpret_cast<void *>(static_cast<uintptr_t>(kSentinel));
-
-Bytes Counting(size_t n) {
-  Bytes b(n);
-  for (size_t i = 0; i < n; ++i) b[i] = static_cast<BYTE>(0x40 + i);
-  return b;
-}
-
-TEST(RiffCodes, KeepTheirPublishedValues) {
-  const struct { HRESULT code; DWORD value; } cases[] = {
-      {GVRIFF_E_READ, 0x8004E008},     {GVRIFF_E_WRITE, 0x8004E009},
-      {GVRIFF_E_NOTFOUND, 0x8004E00A}, {GVRIFF_E_NOTRIFF, 0x8004E080},
-      {GVRIFF_E_NOTLIST, 0x8004E081},  {GVRIFF_E_ZEROSIZE, 0x8004E082},
-      {GVRIFF_E_NEGATIVESIZE, 0x8004E083}};
-  FOR_EACH_CASE(cases) EXPECT_EQ(static_cast<DWORD>(c.code), c.value);
-}
 
 TEST(RiffPosition, SaveRestoreAndDataStart) {
   TempFile f(Counting(100), GENERIC_READ | GENERIC_WRITE, 37);
@@ -58,47 +44,30 @@ TEST(RiffPosition, ValidateChunkHeaderLooksAtTheSizeOnly) {
   }
 }
 
-TEST(RiffRead, ReadDataOfOddSizeStepsOverThePad) {
-  const struct { DWORD size; uint64_t moved; } cases[] = {{0, 0}, {1, 2}, {3, 4}, {4, 4}, {7, 8}};
-  TempFile f(Counting(32));
-  FOR_EACH_CASE(cases) {
-    BYTE buffer[16];
-    memset(buffer, 0xCC, sizeof buffer);
-    f.Seek(5);
-    EXPECT_EQ(riff_ReadData(f.handle(), buffer, c.size), S_OK);
-    EXPECT_EQ(f.Pos(), 5 + c.moved);
-    for (DWORD k = 0; k < c.size; ++k) EXPECT_EQ(buffer[k], 0x45 + k);
-    EXPECT_EQ(buffer[c.size], 0xCC);  // canary
-  }
-}
-
-TEST(RiffRead, ReadDataShortAtTheEndZeroesWhatDidNotArriveAndNullBufferFails) {
-  TempFile f(Counting(6), GENERIC_READ | GENERIC_WRITE, 4);
-  BYTE buffer[8];
-  memset(buffer, 0xCC, sizeof buffer);
-  EXPECT_EQ(riff_ReadData(f.handle(), buffer, 6), S_OK);
-  const BYTE expected[8] = {0x44, 0x45, 0, 0, 0, 0, 0xCC, 0xCC};
-  EXPECT_EQ(memcmp(buffer, expected, 8), 0);
-  f.Seek(2);
-  EXPECT_EQ(riff_ReadData(f.handle(), nullptr, 4), GVRIFF_E_READ);
-  EXPECT_EQ(f.Pos(), 2u);
-  EXPECT_EQ(riff_ReadData(f.handle(), nullptr, 0), S_OK);
-}
-
-TEST(RiffRead, ReadDataBoundedStandsAfterTheWholePaddedChunk) {
-  const struct { DWORD bufferSize, chunkSize, read; uint64_t moved; } cases[] = {
-      {10, 25, 10, 26}, {32, 25, 25, 26}, {10, 10, 10, 10}, {4, 3, 3, 4}, {0, 7, 0, 8},
-      {10, 0, 0, 0}};
-  TempFile f(Counting(64));
+TEST(RiffRead, ReadDataStepsOverThePadAndBoundedReadsEndAfterTheWholeChunk) {
+  // From offset 8 of a 32-byte file: 24 bytes are there, the rest read as 0.
+  const struct { bool bounded; DWORD bufferSize, chunkSize; uint64_t moved; } cases[] = {
+      {false, 0, 0, 0}, {false, 0, 1, 2}, {false, 0, 3, 4}, {false, 0, 4, 4}, {false, 0, 7, 8},
+      {false, 0, 30, 24},  // stops at the end of the file
+      {true, 10, 25, 26}, {true, 32, 25, 26}, {true, 10, 10, 10}, {true, 4, 3, 4},
+      {true, 0, 7, 8}, {true, 10, 0, 0}, {true, 36, 1001, 1002}};  // past the end too
+  TempFile f(Counting(32, 0x40));
   FOR_EACH_CASE(cases) {
     BYTE buffer[40];
     memset(buffer, 0xCC, sizeof buffer);
     f.Seek(8);
-    EXPECT_EQ(riff_ReadDataBounded(f.handle(), buffer, c.bufferSize, c.chunkSize), S_OK);
+    EXPECT_EQ(c.bounded ? riff_ReadDataBounded(f.handle(), buffer, c.bufferSize, c.chunkSize)
+                        : riff_ReadData(f.handle(), buffer, c.chunkSize),
+              S_OK);
     EXPECT_EQ(f.Pos(), 8 + c.moved);
-    for (DWORD k = 0; k < c.read; ++k) EXPECT_EQ(buffer[k], 0x48 + k);
-    EXPECT_EQ(buffer[c.read], 0xCC);  // canary
+    const DWORD read = c.bounded && c.bufferSize < c.chunkSize ? c.bufferSize : c.chunkSize;
+    for (DWORD k = 0; k < read; ++k) EXPECT_EQ(buffer[k], k < 24 ? 0x48 + k : 0) << "byte " << k;
+    EXPECT_EQ(buffer[read], 0xCC);  // canary
   }
+  f.Seek(2);
+  EXPECT_EQ(riff_ReadData(f.handle(), nullptr, 4), GVRIFF_E_READ);
+  EXPECT_EQ(f.Pos(), 2u);
+  EXPECT_EQ(riff_ReadData(f.handle(), nullptr, 0), S_OK);
 }
 
 TEST(RiffRead, EveryReadFailsOnAHandleWithoutReadAccess) {
@@ -118,18 +87,25 @@ TEST(RiffRead, EveryReadFailsOnAHandleWithoutReadAccess) {
   EXPECT_EQ(riff_ReadDataAlloc(f.handle(), nullptr), E_INVALIDARG);
 }
 
-TEST(RiffReadAlloc, GivesALockedMoveableBlockOfExactlyTheSize) {
-  const struct { size_t fileSize; DWORD at, size; } cases[] = {
-      {32, 3, 1}, {32, 3, 4}, {32, 3, 5}, {32, 3, 16},
-      {20, 7, 13}};  // exactly the rest of the file; the pad step goes past the end
+TEST(RiffReadAlloc, GivesALockedMoveableBlockOfExactlyTheSizeOrNothing) {
+  // From offset 7 of a 20-byte file, 13 bytes are there.
+  const struct { DWORD size; HRESULT result; } cases[] = {
+      {1, S_OK}, {4, S_OK}, {5, S_OK}, {13, S_OK},  // 13: the pad step goes past the end
+      {0, S_OK}, {14, GVRIFF_E_READ}, {1000, GVRIFF_E_READ}, {0x7FFFFFFF, GVRIFF_E_READ},
+      {0x80000000u, GVRIFF_E_READ}, {0xFFFFFFFF, GVRIFF_E_READ}};
+  TempFile f(Counting(20, 0x40));
   FOR_EACH_CASE(cases) {
-    TempFile f(Counting(c.fileSize), GENERIC_READ | GENERIC_WRITE, c.at);
+    f.Seek(7);
     tGVRIFFDATA rec = {c.size, kSentinelPtr};
-    ASSERT_EQ(riff_ReadDataAlloc(f.handle(), &rec), S_OK);
-    ASSERT_NE(rec.data, nullptr);
-    EXPECT_EQ(f.Pos(), c.at + c.size + (c.size & 1));
+    ASSERT_EQ(riff_ReadDataAlloc(f.handle(), &rec), c.result);
+    if (c.result != S_OK || c.size == 0) {  // nothing allocated, nothing read
+      EXPECT_EQ(rec.data, nullptr);
+      EXPECT_EQ(f.Pos(), 7u);
+      continue;
+    }
+    EXPECT_EQ(f.Pos(), 7 + c.size + (c.size & 1));
     const BYTE *p = static_cast<const BYTE *>(rec.data);
-    for (DWORD k = 0; k < c.size; ++k) EXPECT_EQ(p[k], 0x40 + c.at + k);
+    for (DWORD k = 0; k < c.size; ++k) EXPECT_EQ(p[k], 0x47 + k);
     HGLOBAL h = GlobalHandle(rec.data);
     ASSERT_NE(h, nullptr);
     EXPECT_NE(static_cast<void *>(h), rec.data);  // moveable: the handle is not the pointer
@@ -137,20 +113,6 @@ TEST(RiffReadAlloc, GivesALockedMoveableBlockOfExactlyTheSize) {
     EXPECT_EQ(GlobalFlags(h) & GMEM_LOCKCOUNT, 1u);
     EXPECT_FALSE(GlobalUnlock(h));
     EXPECT_EQ(GlobalFree(h), nullptr);
-  }
-}
-
-TEST(RiffReadAlloc, SizeZeroOrPastTheEndOfTheFileAllocatesNothing) {
-  const struct { DWORD size; HRESULT result; } cases[] = {
-      {0, S_OK}, {14, GVRIFF_E_READ}, {1000, GVRIFF_E_READ}, {0x7FFFFFFF, GVRIFF_E_READ},
-      {0x80000000u, GVRIFF_E_READ}, {0xFFFFFFFF, GVRIFF_E_READ}};
-  TempFile f(Counting(20));
-  FOR_EACH_CASE(cases) {
-    f.Seek(7);
-    tGVRIFFDATA rec = {c.size, kSentinelPtr};
-    EXPECT_EQ(riff_ReadDataAlloc(f.handle(), &rec), c.result);
-    EXPECT_EQ(rec.data, nullptr);
-    EXPECT_EQ(f.Pos(), 7u);
   }
 }
 
