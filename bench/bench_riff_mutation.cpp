@@ -1,8 +1,9 @@
 // Mutation stress of the riff_ searches. Usage:
 //   bench_riff_mutation [VARIANTS=100000] [SEED=0x5EED0001]
 // Damages a valid WAVE file (fmt, LIST INFO, data) with a fixed seed and runs
-// every search from the start with budgets on each variant, with the damage
-// and the result checks that the tests use. Reports crashes (an access
+// every search from the start with budgets on each variant, then the WAVE
+// probes and an audio stream over it, with the damage and the result checks
+// that the tests use. Reports crashes (an access
 // violation or a search that does not end within 10 s stops the run and
 // names the variant), results outside the documented set, the longest single
 // search, and the process's peak memory.
@@ -55,12 +56,13 @@ struct Stats {
   uint64_t searches = 0;  // timed search calls
   uint64_t found = 0;     // searches that found what they looked for
   uint64_t unexpected = 0;
+  uint64_t streams = 0;  // variants the WAVE probe accepted and a stream read
   std::string firstUnexpected;
   double longestSearchMs = 0;
   uint64_t longestVariant = 0;
 };
 
-Stats Run(HANDLE file, uint64_t seed, uint64_t count) {
+Stats Run(HANDLE file, const char *probePath, uint64_t seed, uint64_t count) {
   Stats st;
   LARGE_INTEGER freq;
   QueryPerformanceFrequency(&freq);
@@ -89,6 +91,11 @@ Stats Run(HANDLE file, uint64_t seed, uint64_t count) {
     st.found += out.found;
     if (!out.unexpected.empty() && !st.unexpected++)
       st.firstUnexpected = "variant " + std::to_string(st.variants) + ": " + out.unexpected;
+    // The WAVE probes and a stream over the same bytes (written to a file of
+    // their own, so not timed with the searches).
+    const std::string streamed = riffmut::CheckStream(probePath, bytes, &st.streams);
+    if (!streamed.empty() && !st.unexpected++)
+      st.firstUnexpected = "variant " + std::to_string(st.variants) + ": " + streamed;
   }
   g_currentVariant = -1;
   return st;
@@ -112,10 +119,14 @@ int main(int argc, char **argv) {
     return 1;
   }
 
+  char probePath[MAX_PATH];
+  GetTempFileNameA(dir, "gvp", 0, probePath);
+
   ULONGLONG t0 = GetTickCount64();
-  Stats st = Run(file, seed, variants);
+  Stats st = Run(file, probePath, seed, variants);
   ULONGLONG elapsed = GetTickCount64() - t0;
   CloseHandle(file);
+  DeleteFileA(probePath);
 
   PROCESS_MEMORY_COUNTERS pmc = {};
   pmc.cb = sizeof pmc;
@@ -125,6 +136,7 @@ int main(int argc, char **argv) {
               seed);
   std::printf("searches            %llu (%llu found)\n", static_cast<unsigned long long>(st.searches),
               static_cast<unsigned long long>(st.found));
+  std::printf("streams read        %llu\n", static_cast<unsigned long long>(st.streams));
   std::printf("crashes             0\n");
   std::printf("unexpected results  %llu %s\n", static_cast<unsigned long long>(st.unexpected),
               st.firstUnexpected.c_str());

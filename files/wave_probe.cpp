@@ -20,7 +20,9 @@ bool IsUsable(const WAVEFORMATEX &w) {
     case GV_WAVE_FORMAT_SIGNED: case GV_WAVE_FORMAT_BIGENDIAN: break;
     default: return false;
   }
-  return w.nChannels && w.nBlockAlign == w.nChannels * (w.wBitsPerSample / 8);
+  // A block align of 0 (fewer than 8 bits) would pass the rule but cannot
+  // count frames.
+  return w.nBlockAlign && w.nBlockAlign == w.nChannels * (w.wBitsPerSample / 8);
 }
 
 uint64_t FileSize(HANDLE file) {

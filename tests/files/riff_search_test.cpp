@@ -210,6 +210,8 @@ TEST(RiffMutation, SeededDamageGivesOnlyDocumentedResults) {
   riffmut::Outcome o = riffmut::CheckSearches(f.handle(), plain);
   EXPECT_EQ(o.unexpected, "");
   EXPECT_EQ(o.found, 5);  // fmt, data, INFO, INAM, ICMT
+  TempFile probed;
+  EXPECT_EQ(riffmut::CheckStream(probed.Path(), riffmut::BaseWave()), "");
   riffmut::Rng rng(0x5EED0001);
   int found = 0;
   for (int i = 0; i < 3000; ++i) {
@@ -218,6 +220,9 @@ TEST(RiffMutation, SeededDamageGivesOnlyDocumentedResults) {
     Rewrite(f.handle(), b);
     o = riffmut::CheckSearches(f.handle(), plain);
     ASSERT_EQ(o.unexpected, "") << "variant " << i;
+    if (i % 10 == 0) {
+      ASSERT_EQ(riffmut::CheckStream(probed.Path(), b), "") << "variant " << i;
+    }
     found += o.found;
   }
   EXPECT_GT(found, 3000);  // the damage leaves many files searchable

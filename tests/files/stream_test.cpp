@@ -313,6 +313,7 @@ TEST(GetFileWfx, AcceptsThePcmFamilyAndRefusesDamage) {
       {Wave({Chunk("fmt ", Fmt(1, 0, 0, 16)), Chunk("data", data)}), false, 0, 0},  // 0 channels
       {Wave({Chunk("fmt ", Fmt(1, 2, 0, 16)), Chunk("data", data)}), false, 0, 0},  // align 0
       {Wave({Chunk("fmt ", Fmt(1, 2, 6, 16)), Chunk("data", data)}), false, 0, 0},  // align 6
+      {Wave({Chunk("fmt ", Fmt(1, 2, 0, 4)), Chunk("data", data)}), false, 0, 0},   // 4 bits
       {Wave({Chunk("fmt ", Fmt(1, 2, 4, 16))}), false, 0, 0},                      // no data
       // A data size past the end gives the frames it claims; reads come up short.
       {Wave({Chunk("fmt ", Fmt(1, 1, 2, 16)), Chunk("data", data, 4000)}), true, 2000, 44},

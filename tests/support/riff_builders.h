@@ -96,6 +96,7 @@ class TempFile {
   TempFile &operator=(const TempFile &) = delete;
 
   HANDLE handle() const { return handle_; }
+  const char *Path() const { return path_.c_str(); }
   uint64_t Pos() const { return Seek(0, FILE_CURRENT); }  // the 64-bit file pointer
   uint64_t Seek(uint64_t to, DWORD method = FILE_BEGIN) const {
     LARGE_INTEGER d, at;

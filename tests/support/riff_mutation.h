@@ -4,6 +4,7 @@
 // long ones, timed, with crash and hang reports.
 #pragma once
 
+#include <cstdlib>
 #include <string>
 
 #include "riff_builders.h"
@@ -147,6 +148,66 @@ template <class Timed> Outcome CheckSearches(HANDLE file, Timed timed) {
   const HRESULT hr = riff_ReadListHeader(file, &form, &size);
   check(hr == S_OK || hr == GVRIFF_E_READ || hr == GVRIFF_E_NOTLIST, "riff_ReadListHeader", hr);
   return out;
+}
+
+// The probes and an audio stream over the damaged file at `path` (written
+// anew for each variant, since the probes open it themselves): a format
+// they return must describe whole frames, the data they report must lie in
+// the file, and a stream opened on it must read exactly the frames present.
+inline std::string CheckStream(const char *path, const Bytes &bytes, uint64_t *streams = nullptr) {
+  HANDLE h = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
+  Rewrite(h, bytes);
+  CloseHandle(h);
+  const uint64_t size = bytes.size();
+  auto whole = [](const WAVEFORMATEX *w) {
+    return w->nChannels && w->nBlockAlign == w->nChannels * (w->wBitsPerSample / 8);
+  };
+  ULONGLONG frames = 0, offset = 0;
+  WAVEFORMATEX *w = GvGetFileWfx(path, &frames, &offset);
+  const bool plainOk = !w || (whole(w) && offset <= size);
+  free(w);
+  if (!plainOk) return "GvGetFileWfx returned an inconsistent record";
+
+  tGVWAVEINFO info{};
+  info.cbSize = sizeof info;
+  w = GvGetFileWfxEx(path, &info);
+  if (!w) return "";
+  std::string bad;
+  if (!whole(w) || info.nDataOffset > size || info.nFrames * w->nBlockAlign > size - info.nDataOffset)
+    bad = "GvGetFileWfxEx returned an inconsistent record";
+  // The file side as an attributes record, for the types that have one.
+  DWORD flags = 0;
+  switch (GvAudio_GetSampleType(w)) {
+    case GV_SAMPLE_NONE: case GV_SAMPLE_INT16BE: case GV_SAMPLE_INT24BE: case GV_SAMPLE_INT32BE:
+      free(w);
+      return bad;
+    case GV_SAMPLE_UINT8: flags = GVAA_UNSIGNED8; break;
+    case GV_SAMPLE_INT24: flags = GVAA_PACKED24; break;
+    case GV_SAMPLE_FLOAT32: flags = GVAA_FLOAT32; break;
+    case GV_SAMPLE_FLOAT64: flags = GVAA_FLOAT64; break;
+  }
+  tGVAUDIOATTRIBS attr;
+  GvAudio_InitAttribs(&attr, sizeof attr, 0, flags, w->nSamplesPerSec,
+                      w->wFormatTag == GV_WAVE_FORMAT_UNPACKED ? 24 : w->wBitsPerSample,
+                      w->nChannels);
+  HGVAUDIOSTREAM s = nullptr;
+  const HRESULT hr = GvAudioStream_OpenFile(&s, path, DWORD(info.nDataOffset), DWORD(info.nFrames), 0,
+                                            &attr, 32, GVAA_FLOAT32, GVAS_VIEW_MIDDLE,
+                                            GVAS_OPENREAD | GVAS_READONLY);
+  if (SUCCEEDED(hr)) {
+    if (streams) ++*streams;
+    std::vector<float> buffer(size_t(w->nChannels) * 64);
+    DWORD done = 0;
+    ULONGLONG total = 0;
+    while (GvAudioStream_Read(s, buffer.data(), 64, &done) == S_OK && done) total += done;
+    if (total != info.nFrames && bad.empty()) bad = "the stream read another frame count";
+    if (info.nFrames) GvAudioStream_GetSampleCell_X(s, DWORD(info.nFrames - 1), 0, buffer.data());
+    GvAudioStream_Close(s);
+  } else if (bad.empty()) {
+    bad = "GvAudioStream_OpenFile failed on a probed file";
+  }
+  free(w);
+  return bad;
 }
 
 }  // namespace gvtest::riffmut
