@@ -3,50 +3,23 @@
 // channels, copying, and the probe of WAVE files.
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include "gvtalc.h"
 #include "support/cases.h"
+#include "support/riff_builders.h"
 
+namespace gvtest {
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-// A name in the temporary folder, deleted at the end.
-struct TempPath {
-  std::string path;
-  TempPath() {
-    char dir[MAX_PATH], name[MAX_PATH];
-    GetTempPathA(MAX_PATH, dir);
-    GetTempFileNameA(dir, "gvs", 0, name);
-    path = name;
-  }
-  ~TempPath() { DeleteFileA(path.c_str()); }
-  const char *c_str() const { return path.c_str(); }
+// A temporary file the test itself keeps no access to, so a stream may
+// open it with any sharing.
+struct TempPath : TempFile {
+  explicit TempPath(const Bytes &contents = Bytes()) : TempFile(contents, 0) {}
+  const char *c_str() const { return Path(); }
 };
-
-Bytes OnDisk(const char *path) {
-  Bytes b;
-  HANDLE h = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                         OPEN_EXISTING, 0, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return b;
-  b.resize(GetFileSize(h, nullptr));
-  DWORD n = 0;
-  if (!b.empty()) ReadFile(h, b.data(), DWORD(b.size()), &n, nullptr);
-  CloseHandle(h);
-  return b;
-}
-
-void PutFile(const char *path, const Bytes &b) {
-  HANDLE h = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-  DWORD n = 0;
-  if (!b.empty()) WriteFile(h, b.data(), DWORD(b.size()), &n, nullptr);
-  CloseHandle(h);
-}
 
 tGVAUDIOATTRIBS Attr(DWORD flags, DWORD bits, DWORD channels) {
   tGVAUDIOATTRIBS a;
@@ -96,7 +69,7 @@ TEST(AudioStream, RoundTripsBetweenFileAndClientFormats) {
 
     Bytes want = c.disk;
     want.insert(want.begin(), 44, 0);  // the data offset is zero-filled at creation
-    EXPECT_EQ(OnDisk(tmp.c_str()), want);
+    EXPECT_EQ(tmp.OnDisk(), want);
 
     s = Open(tmp.c_str(), c.file, c.clientBits, c.clientFlags, GVAS_OPENREAD | GVAS_READONLY, 44, 2);
     Bytes back(c.client.size() + 4, 0xCD);
@@ -148,11 +121,10 @@ TEST(AudioStream, MetricsAttribsAndRefusals) {
 }
 
 TEST(AudioStream, PlainOpenReplacesAnExistingFile) {
-  TempPath tmp;
-  PutFile(tmp.c_str(), Bytes(100, 7));
+  TempPath tmp(Bytes(100, 7));
   HGVAUDIOSTREAM s = Open(tmp.c_str(), Attr(0, 16, 1), 0, 0, 0);
   GvAudioStream_Close(s);
-  EXPECT_TRUE(OnDisk(tmp.c_str()).empty());
+  EXPECT_TRUE(tmp.OnDisk().empty());
 }
 
 TEST(AudioStream, SetSizeGrowsWithSilenceAndShrinksWithoutTouchingTheFile) {
@@ -160,7 +132,7 @@ TEST(AudioStream, SetSizeGrowsWithSilenceAndShrinksWithoutTouchingTheFile) {
   HGVAUDIOSTREAM s = Open(tmp.c_str(), Attr(GVAA_UNSIGNED8, 8, 1), 0, GVAA_UNSIGNED8, GVAS_CREATE);
   const DWORD grown = 0x20000 + 100;  // more than one buffer of silence
   ASSERT_EQ(GvAudioStream_SetSize(s, grown, 0), S_OK);
-  Bytes disk = OnDisk(tmp.c_str());
+  Bytes disk = tmp.OnDisk();
   ASSERT_EQ(disk.size(), grown);
   EXPECT_EQ(disk.front(), 0x80);
   EXPECT_EQ(disk.back(), 0x80);
@@ -169,7 +141,7 @@ TEST(AudioStream, SetSizeGrowsWithSilenceAndShrinksWithoutTouchingTheFile) {
   DWORD done = 0;
   GvAudioStream_Seek(s, 0, GVAS_SEEK_SET, nullptr);
   ASSERT_EQ(GvAudioStream_SetSize(s, 10, 0), S_OK);
-  EXPECT_EQ(OnDisk(tmp.c_str()).size(), grown);  // never truncated
+  EXPECT_EQ(tmp.OnDisk().size(), grown);  // never truncated
   ULONGLONG pos = 1;
   GvAudioStream_Seek(s, 0, GVAS_SEEK_CUR, &pos);
   EXPECT_EQ(pos, 10u);  // the position moved to the new end
@@ -210,7 +182,7 @@ TEST(AudioStream, ViewLoadsAroundTheFrameAndCellsWriteBack) {
   EXPECT_EQ(back[1], -0.25);
   EXPECT_EQ(GvAudioStream_Commit(s, 0), S_OK);
   EXPECT_EQ(view->bDirty, 0u);
-  const Bytes disk = OnDisk(tmp.c_str());
+  const Bytes disk = tmp.OnDisk();
   EXPECT_EQ(disk[12], 0x00);
   EXPECT_EQ(disk[13], 0x40);  // 0.5 as 16-bit
   EXPECT_EQ(disk[15], 0xE0);  // -0.25
@@ -238,7 +210,7 @@ TEST(AudioStream, ChannelsCopyAndReinterpretation) {
   EXPECT_EQ(GvAudioStream_CopyTo(s, d, 3, &read, &written), S_OK);
   EXPECT_EQ(read, 3u);
   EXPECT_EQ(written, 3u);
-  EXPECT_EQ(OnDisk(b.c_str()), OnDisk(a.c_str()));
+  EXPECT_EQ(b.OnDisk(), a.OnDisk());
   int free = 0;
   while (GvAudioStream_GetBuffer(d, 1)) ++free;
   EXPECT_EQ(free, 7);
@@ -258,8 +230,7 @@ TEST(AudioStream, ChannelsCopyAndReinterpretation) {
 }
 
 TEST(AudioStream, FileShorterThanItsLengthReadsShort) {
-  TempPath tmp;
-  PutFile(tmp.c_str(), Bytes(44 + 10, 1));  // five 16-bit mono frames
+  TempPath tmp(Bytes(44 + 10, 1));  // five 16-bit mono frames
   HGVAUDIOSTREAM s = Open(tmp.c_str(), Attr(0, 16, 1), 32, GVAA_FLOAT32,
                           GVAS_OPENREAD | GVAS_READONLY, 44, 1000);
   std::vector<float> out(1000);
@@ -271,30 +242,14 @@ TEST(AudioStream, FileShorterThanItsLengthReadsShort) {
 
 // ---- GvGetFileWfx ----
 
-Bytes Le32(DWORD v) { return {BYTE(v), BYTE(v >> 8), BYTE(v >> 16), BYTE(v >> 24)}; }
-Bytes Chunk(const char *id, const Bytes &data, DWORD size) {
-  Bytes b(id, id + 4);
-  const Bytes s = Le32(size);
-  b.insert(b.end(), s.begin(), s.end());
-  b.insert(b.end(), data.begin(), data.end());
-  if (data.size() & 1) b.push_back(0);
-  return b;
+Bytes SizedChunk(const char *id, const Bytes &data, DWORD size) {
+  return Concat({Header(id, size), data, Bytes(data.size() & 1)});
 }
-Bytes Chunk(const char *id, const Bytes &data) { return Chunk(id, data, DWORD(data.size())); }
 Bytes Fmt(WORD tag, WORD channels, WORD align, WORD bits) {
-  Bytes f = {BYTE(tag), BYTE(tag >> 8), BYTE(channels), BYTE(channels >> 8)};
-  for (DWORD v : {44100u, 44100u * align}) {
-    const Bytes b = Le32(v);
-    f.insert(f.end(), b.begin(), b.end());
-  }
-  f.insert(f.end(), {BYTE(align), BYTE(align >> 8), BYTE(bits), BYTE(bits >> 8)});
-  return f;
+  return Concat({Le32(tag | DWORD(channels) << 16), Le32(44100), Le32(44100u * align),
+                 Le32(align | DWORD(bits) << 16)});
 }
-Bytes Wave(std::initializer_list<Bytes> chunks) {
-  Bytes body{'W', 'A', 'V', 'E'};
-  for (const Bytes &c : chunks) body.insert(body.end(), c.begin(), c.end());
-  return Chunk("RIFF", body);
-}
+Bytes Wave(std::initializer_list<Bytes> chunks) { return Riff("WAVE", Concat(chunks)); }
 
 TEST(GetFileWfx, AcceptsThePcmFamilyAndRefusesDamage) {
   const Bytes data(40, 0);
@@ -309,22 +264,21 @@ TEST(GetFileWfx, AcceptsThePcmFamilyAndRefusesDamage) {
       {Wave({Chunk("fmt ", Fmt(2, 2, 4, 16)), Chunk("data", data)}), false, 0, 0},  // ADPCM tag
       {Wave({Chunk("data", data)}), false, 0, 0},                                    // no fmt
       {Wave({Chunk("fmt ", Bytes(14, 1)), Chunk("data", data)}), false, 0, 0},      // short fmt
-      {Wave({Chunk("fmt ", Fmt(1, 2, 4, 16), 5000)}), false, 0, 0},  // fmt past the end
+      {Wave({SizedChunk("fmt ", Fmt(1, 2, 4, 16), 5000)}), false, 0, 0},  // fmt past the end
       {Wave({Chunk("fmt ", Fmt(1, 0, 0, 16)), Chunk("data", data)}), false, 0, 0},  // 0 channels
       {Wave({Chunk("fmt ", Fmt(1, 2, 0, 16)), Chunk("data", data)}), false, 0, 0},  // align 0
       {Wave({Chunk("fmt ", Fmt(1, 2, 6, 16)), Chunk("data", data)}), false, 0, 0},  // align 6
       {Wave({Chunk("fmt ", Fmt(1, 2, 0, 4)), Chunk("data", data)}), false, 0, 0},   // 4 bits
       {Wave({Chunk("fmt ", Fmt(1, 2, 4, 16))}), false, 0, 0},                      // no data
       // A data size past the end gives the frames it claims; reads come up short.
-      {Wave({Chunk("fmt ", Fmt(1, 1, 2, 16)), Chunk("data", data, 4000)}), true, 2000, 44},
+      {Wave({Chunk("fmt ", Fmt(1, 1, 2, 16)), SizedChunk("data", data, 4000)}), true, 2000, 44},
       // A second fmt chunk: the first one counts.
       {Wave({Chunk("fmt ", Fmt(3, 1, 4, 32)), Chunk("fmt ", Fmt(2, 1, 4, 16)),
              Chunk("data", data)}), true, 10, 68},
       {Bytes{'R', 'I', 'F'}, false, 0, 0},
   };
   FOR_EACH_CASE(cases) {
-    TempPath tmp;
-    PutFile(tmp.c_str(), c.file);
+    TempPath tmp(c.file);
     ULONGLONG frames = 99, offset = 99;
     WAVEFORMATEX *w = GvGetFileWfx(tmp.c_str(), &frames, &offset);
     EXPECT_EQ(w != nullptr, c.ok);
@@ -341,3 +295,4 @@ TEST(GetFileWfx, AcceptsThePcmFamilyAndRefusesDamage) {
 }
 
 }  // namespace
+}  // namespace gvtest
