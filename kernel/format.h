@@ -22,6 +22,10 @@ int FormatText(char *out, size_t capacity, const char *format, va_list args);
 const char *WrapperText(char (&buffer)[kWrapperBufferSize], const char *format,
                         va_list args);
 
+// Shows a message box as GvMessageBox does once the calling thread has
+// been accepted: owner resolved, the client's hook asked, the box centred.
+int ShowMessageBox(HWND owner, const char *text, const char *caption, UINT style);
+
 // ---- Token table ----------------------------------------------------------
 
 // The value of the token `name` (case-insensitive); false when none.
