@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "gvtalc.h"
+#include "support/cases.h"
 #include "support/msgbox_catcher.h"
 #include "support/registry_sandbox.h"
 
@@ -13,13 +14,24 @@ namespace {
 
 const CLSID kClsidTalc = GV_CLSID_TALC_INIT;
 const IID kIidKernel = GV_IID_IGVKERNEL_INIT;
-const char kClassKey[] = "CLSID\\{B4128601-702E-11D1-8253-00009290DD44}";
 void *const kSentinel = reinterpret_cast<void *>(0xdeadbeef);
 
-// The COM entry points are exported by name only, as COM finds them.
-using GetClassObjectFn = HRESULT(WINAPI *)(REFCLSID, REFIID, void **);
-using NoArgFn = HRESULT(WINAPI *)();
+// "CLSID\{...}", the key a class is registered under.
+std::string ClassKey(const CLSID &clsid) {
+  WCHAR wide[64];
+  char text[64];
+  StringFromGUID2(clsid, wide, 64);
+  WideCharToMultiByte(CP_ACP, 0, wide, -1, text, sizeof text, nullptr, nullptr);
+  return std::string("CLSID\\") + text;
+}
 
+std::string ModulePath(HMODULE module) {
+  char path[MAX_PATH] = "";
+  GetModuleFileNameA(module, path, sizeof path);
+  return path;
+}
+
+// The COM entry points are exported by name only, as COM finds them.
 class ComServer : public testing::Test {
  protected:
   template <typename Fn>
@@ -28,11 +40,9 @@ class ComServer : public testing::Test {
   }
   void SetUp() override {
     ASSERT_NE(dll_ = GetModuleHandleA("GVTALC.dll"), nullptr);
-    getClassObject_ = Proc<GetClassObjectFn>("DllGetClassObject");
-    canUnloadNow_ = Proc<NoArgFn>("DllCanUnloadNow");
-    register_ = Proc<NoArgFn>("DllRegisterServer");
-    unregister_ = Proc<NoArgFn>("DllUnregisterServer");
-    ASSERT_TRUE(getClassObject_ && canUnloadNow_ && register_ && unregister_);
+    getClassObject_ = Proc<HRESULT(WINAPI *)(REFCLSID, REFIID, void **)>("DllGetClassObject");
+    canUnloadNow_ = Proc<HRESULT(WINAPI *)()>("DllCanUnloadNow");
+    ASSERT_TRUE(getClassObject_ && canUnloadNow_);
     ASSERT_EQ(canUnloadNow_(), S_OK) << "an earlier test left something alive";
   }
   void TearDown() override { EXPECT_EQ(canUnloadNow_(), S_OK) << "this test left something alive"; }
@@ -41,14 +51,9 @@ class ComServer : public testing::Test {
     EXPECT_EQ(getClassObject_(kClsidTalc, IID_IClassFactory, &p), S_OK);
     return static_cast<IClassFactory *>(p);
   }
-  std::string DllPath() const {
-    char path[MAX_PATH] = "";
-    GetModuleFileNameA(dll_, path, sizeof path);
-    return path;
-  }
   HMODULE dll_ = nullptr;
-  GetClassObjectFn getClassObject_ = nullptr;
-  NoArgFn canUnloadNow_ = nullptr, register_ = nullptr, unregister_ = nullptr;
+  HRESULT(WINAPI *getClassObject_)(REFCLSID, REFIID, void **) = nullptr;
+  HRESULT(WINAPI *canUnloadNow_)() = nullptr;
 };
 
 // An outer object for aggregation; the kernel object keeps it but never calls it.
@@ -62,8 +67,6 @@ class Outer : public IUnknown {
   int calls = 0;
 };
 
-// ---- Class object and factory ---------------------------------------------
-
 TEST_F(ComServer, ClassObjectAnswersPerClassAndInterface) {
   const CLSID other = {0x12345678, 0x1234, 0x1234, {1, 2, 3, 4, 5, 6, 7, 8}};
   const struct { const CLSID *clsid; const IID *iid; HRESULT result; } cases[] = {
@@ -71,14 +74,12 @@ TEST_F(ComServer, ClassObjectAnswersPerClassAndInterface) {
       {&kClsidTalc, &kIidKernel, E_NOINTERFACE}, {&kClsidTalc, &IID_IStream, E_NOINTERFACE},
       {&other, &IID_IClassFactory, E_FAIL},    {&kIidKernel, &IID_IClassFactory, E_FAIL},
   };
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    SCOPED_TRACE(i);
+  FOR_EACH_CASE(cases) {
     void *p = kSentinel;
-    EXPECT_EQ(getClassObject_(*cases[i].clsid, *cases[i].iid, &p), cases[i].result);
-    if (cases[i].result == S_OK) {
-      ASSERT_NE(p, nullptr);
+    EXPECT_EQ(getClassObject_(*c.clsid, *c.iid, &p), c.result);
+    if (c.result == S_OK) {
       EXPECT_EQ(static_cast<IUnknown *>(p)->Release(), 0u);
-    } else if (cases[i].result == E_NOINTERFACE) {
+    } else if (c.result == E_NOINTERFACE) {
       EXPECT_EQ(p, nullptr);
     }
   }
@@ -94,44 +95,42 @@ TEST_F(ComServer, EachFactoryIsNewCountsExactlyAndRefusesWhatItCannotMake) {
   for (ULONG count : {2u, 3u}) EXPECT_EQ(f->AddRef(), count);
   for (ULONG count : {2u, 1u}) EXPECT_EQ(f->Release(), count);
   void *p = nullptr;
-  EXPECT_EQ(f->QueryInterface(IID_IClassFactory, &p), S_OK);
-  EXPECT_EQ(p, f);
-  EXPECT_EQ(f->QueryInterface(IID_IUnknown, &p), S_OK);
-  EXPECT_EQ(p, f);
+  for (const IID *iid : {&IID_IClassFactory, &IID_IUnknown}) {
+    EXPECT_EQ(f->QueryInterface(*iid, &p), S_OK);
+    EXPECT_EQ(p, f);
+  }
   p = kSentinel;
   EXPECT_EQ(f->QueryInterface(kIidKernel, &p), E_NOINTERFACE);
   EXPECT_EQ(p, nullptr);
   EXPECT_EQ(f->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
-
   Outer outer;
   const struct { IUnknown *outer; const IID *iid; HRESULT result; } cases[] = {
       {&outer, &kIidKernel, CLASS_E_NOAGGREGATION},
       {nullptr, &IID_IStream, E_NOINTERFACE},
       {nullptr, &IID_IClassFactory, E_NOINTERFACE}};
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
+  FOR_EACH_CASE(cases) {
     p = kSentinel;
-    EXPECT_EQ(f->CreateInstance(cases[i].outer, *cases[i].iid, &p), cases[i].result) << i;
-    EXPECT_EQ(p, nullptr) << i;
+    EXPECT_EQ(f->CreateInstance(c.outer, *c.iid, &p), c.result);
+    EXPECT_EQ(p, nullptr);
   }
   EXPECT_EQ(f->CreateInstance(nullptr, kIidKernel, nullptr), E_INVALIDARG);
   EXPECT_EQ(canUnloadNow_(), S_OK);
   for (ULONG count : {2u, 1u, 0u}) EXPECT_EQ(f->Release(), count);
 }
 
-// ---- CreateInstance ----------------------------------------------------
-
 // For IUnknown and IGVKernel, and aggregated for IUnknown: the kernel object,
-// not the graph builder, holding the server while it lives.
+// not the graph builder, holding the server while it lives and making the
+// same version check as the export.
 TEST_F(ComServer, CreateInstanceMakesTheKernelObject) {
   IClassFactory *f = Factory();
   ASSERT_NE(f, nullptr);
+  gvtest::MsgBoxCatcher catcher;
   Outer outer;
   const struct { IUnknown *outer; const IID *iid; } asks[] = {
       {nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
-  for (size_t i = 0; i < 3; ++i) {
-    SCOPED_TRACE(i);
+  FOR_EACH_CASE(asks) {
     void *p = nullptr, *kernel = nullptr, *graph = kSentinel;
-    ASSERT_EQ(f->CreateInstance(asks[i].outer, *asks[i].iid, &p), S_OK);
+    ASSERT_EQ(f->CreateInstance(c.outer, *c.iid, &p), S_OK);
     auto *unknown = static_cast<IUnknown *>(p);
     ASSERT_EQ(unknown->QueryInterface(kIidKernel, &kernel), S_OK);
     EXPECT_EQ(kernel, p);
@@ -139,14 +138,17 @@ TEST_F(ComServer, CreateInstanceMakesTheKernelObject) {
     EXPECT_EQ(unknown->QueryInterface(graphIid, &graph), E_NOINTERFACE);
     EXPECT_EQ(graph, nullptr);
     EXPECT_EQ(unknown->QueryInterface(kIidKernel, nullptr), E_INVALIDARG);
-    EXPECT_EQ(static_cast<IGVKernel *>(kernel)->GetVersion(), 0x0100000Cu);
+    auto *k = static_cast<IGVKernel *>(kernel);
+    EXPECT_EQ(k->GetVersion(), 0x0100000Cu);
+    EXPECT_EQ(k->CheckVersion(nullptr, "Co", 0x0100000C, 1, 0), S_OK);
+    EXPECT_EQ(k->CheckVersion(nullptr, "Co", 0x0100000D, 1, 0), E_FAIL);  // a box, answered
     EXPECT_EQ(unknown->AddRef(), 3u);
     for (ULONG count : {2u, 1u}) EXPECT_EQ(unknown->Release(), count);
     EXPECT_EQ(canUnloadNow_(), S_FALSE) << "a live kernel object holds the server";
     EXPECT_EQ(unknown->Release(), 0u);
-    EXPECT_EQ(canUnloadNow_(), S_OK);
   }
   EXPECT_EQ(outer.calls, 0) << "the outer unknown is stored, not used";
+  EXPECT_EQ(catcher.Boxes().size(), 3u);
   EXPECT_EQ(f->Release(), 0u);
 }
 
@@ -157,53 +159,25 @@ TEST_F(ComServer, LockServerHoldsTheServerUntilUnlocked) {
   f->Release();
   EXPECT_EQ(canUnloadNow_(), S_FALSE);
   f = Factory();
-  EXPECT_EQ(f->LockServer(TRUE), S_OK);
-  EXPECT_EQ(f->LockServer(FALSE), S_OK);
-  EXPECT_EQ(canUnloadNow_(), S_FALSE);
-  EXPECT_EQ(f->LockServer(FALSE), S_OK);
+  for (BOOL lock : {TRUE, FALSE, FALSE}) {
+    EXPECT_EQ(canUnloadNow_(), S_FALSE);
+    EXPECT_EQ(f->LockServer(lock), S_OK);
+  }
   EXPECT_EQ(canUnloadNow_(), S_OK);
   f->Release();
-  // The "done" notification changes nothing.
-  auto done = Proc<void(WINAPI *)()>("DllCanUnloadNowDone");
-  ASSERT_NE(done, nullptr);
-  done();
+  Proc<void(WINAPI *)()>("DllCanUnloadNowDone")();  // changes nothing
   EXPECT_EQ(canUnloadNow_(), S_OK);
-}
-
-TEST_F(ComServer, CoCreateInstanceGivesAWorkingKernelObject) {
-  // Any apartment will do: the class is registered for both threading models.
-  HRESULT init = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-  ASSERT_TRUE(SUCCEEDED(init) || init == RPC_E_CHANGED_MODE) << std::hex << init;
-  IGVKernel *kernel = nullptr;
-  ASSERT_EQ(CoCreateInstance(kClsidTalc, nullptr, CLSCTX_INPROC_SERVER, kIidKernel,
-                             reinterpret_cast<void **>(&kernel)),
-            S_OK);
-  ASSERT_NE(kernel, nullptr);
-  EXPECT_EQ(kernel->GetVersion(), 0x0100000Cu);
-  EXPECT_EQ(canUnloadNow_(), S_FALSE);
-  {  // the same version check as the export
-    gvtest::MsgBoxCatcher catcher;
-    EXPECT_EQ(kernel->CheckVersion(nullptr, "Co Client", GVKERNEL_VERSION, 1, 0), S_OK);
-    EXPECT_EQ(kernel->CheckVersion(nullptr, "Co Client", GVKERNEL_VERSION + 1, 3, 0), E_FAIL);
-    ASSERT_EQ(catcher.Boxes().size(), 1u);
-    EXPECT_EQ(catcher.Boxes()[0].caption, "Marrowbeam Kernel");
-    EXPECT_EQ(catcher.Boxes()[0].text, "The version of the Marrowbeam Kernel is incompatible with "
-                                       "the following client:\n\nCo Client.");
-  }
-  EXPECT_EQ(kernel->Release(), 0u);
-  EXPECT_EQ(canUnloadNow_(), S_OK);
-  if (SUCCEEDED(init)) CoUninitialize();
 }
 
 // ---- Registration -------------------------------------------------------
 
 // The class key's text, its in-process server (any case) and a REG_SZ "Both"
 // as its threading model, read directly.
-void ExpectRegistered(const char *classKey, const std::string &description,
+void ExpectRegistered(const CLSID &clsid, const std::string &description,
                       const std::string &modulePath) {
-  const std::string server = std::string(classKey) + "\\InProcServer32";
+  const std::string key = ClassKey(clsid), server = key + "\\InProcServer32";
   std::string text, path;
-  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, classKey, "", &text) && text == description)
+  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, key, "", &text) && text == description)
       << text;
   EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, server, "", &path) &&
               lstrcmpiA(path.c_str(), modulePath.c_str()) == 0) << path;
@@ -214,21 +188,15 @@ void ExpectRegistered(const char *classKey, const std::string &description,
   EXPECT_EQ(std::string(data.begin(), data.end()), std::string("Both", 5));
 }
 
-// Runs `command` (found on the search path), its output going nowhere, and
-// returns its exit code.
-DWORD RunAndWait(std::string command) {
-  SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
-  HANDLE nul = CreateFileA("NUL", GENERIC_WRITE, FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0,
-                           nullptr);
+// Runs regsvr32 silently, as an installer does, and returns its exit code.
+DWORD Regsvr32(const std::string &arguments) {
+  std::string command = "regsvr32.exe /s " + arguments;
   STARTUPINFOA si = {};
   si.cb = sizeof si;
-  si.dwFlags = STARTF_USESTDHANDLES;
-  si.hStdOutput = si.hStdError = nul;
   PROCESS_INFORMATION pi = {};
-  BOOL started = CreateProcessA(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                &si, &pi);
-  if (nul != INVALID_HANDLE_VALUE) CloseHandle(nul);
-  if (!started) return 0xFFFFFFFF;
+  if (!CreateProcessA(nullptr, &command[0], nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si,
+                      &pi))
+    return 0xFFFFFFFF;
   DWORD code = 0xFFFFFFFE;
   if (WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0)
     GetExitCodeProcess(pi.hProcess, &code);
@@ -238,50 +206,52 @@ DWORD RunAndWait(std::string command) {
 }
 
 TEST_F(ComServer, LoadingRegsvr32AndRegisterServerRegisterTheClass) {
-  const std::string dll = DllPath();
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
-  ASSERT_EQ(unregister_(), S_OK);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
-  EXPECT_EQ(unregister_(), S_OK) << "unregistering twice is harmless";
-  ASSERT_EQ(register_(), S_OK);
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
-  // Every load registers again: another process that loads the library, running no test.
-  ASSERT_EQ(unregister_(), S_OK);
-  char exe[MAX_PATH];
-  GetModuleFileNameA(nullptr, exe, sizeof exe);
-  EXPECT_EQ(RunAndWait("\"" + std::string(exe) + "\" --gtest_filter=-*"), 0u);
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
-  EXPECT_EQ(RunAndWait("regsvr32.exe /s /u \"" + dll + "\""), 0u);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
-  EXPECT_EQ(RunAndWait("regsvr32.exe /s \"" + dll + "\""), 0u);
-  ExpectRegistered(kClassKey, "Marrowbeam TALC", dll);
-  register_();  // whatever happened, leave the class registered
+  const std::string dll = ModulePath(dll_), key = ClassKey(kClsidTalc);
+  auto reg = Proc<HRESULT(WINAPI *)()>("DllRegisterServer");
+  auto unreg = Proc<HRESULT(WINAPI *)()>("DllUnregisterServer");
+  ASSERT_TRUE(reg && unreg);
+  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
+  ASSERT_EQ(unreg(), S_OK);
+  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
+  EXPECT_EQ(unreg(), S_OK) << "unregistering twice is harmless";
+  ASSERT_EQ(reg(), S_OK);
+  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
+  EXPECT_EQ(Regsvr32("/u \"" + dll + "\""), 0u);
+  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
+  EXPECT_EQ(Regsvr32("\"" + dll + "\""), 0u);
+  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
+  // Every load registers again: a copy of the library, loaded, names itself.
+  const std::string copy = dll.substr(0, dll.find_last_of('\\') + 1) + "GVTALC_copy.dll";
+  ASSERT_TRUE(CopyFileA(dll.c_str(), copy.c_str(), FALSE));
+  HMODULE second = LoadLibraryA(copy.c_str());
+  EXPECT_NE(second, nullptr);
+  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", copy);
+  if (second) FreeLibrary(second);
+  DeleteFileA(copy.c_str());
+  EXPECT_EQ(reg(), S_OK);  // leave the class registered for this library
+  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
 }
 
 TEST_F(ComServer, RegisterServerServesClientClassesToo) {
   EXPECT_EQ(GvRegisterServer(dll_, nullptr, "x", TRUE), E_FAIL);
   const CLSID mine = {0x0BADF00D, 0x1111, 0x2222, {0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA}};
-  const char key[] = "CLSID\\{0BADF00D-1111-2222-3344-5566778899AA}";
+  const std::string key = ClassKey(mine);
+  EXPECT_EQ(key, "CLSID\\{0BADF00D-1111-2222-3344-5566778899AA}");
   HMODULE exe = GetModuleHandleA(nullptr);
-  char exePath[MAX_PATH];
-  GetModuleFileNameA(exe, exePath, sizeof exePath);
-
   ASSERT_EQ(GvRegisterServer(exe, &mine, "Client Class", TRUE), S_OK);
-  ExpectRegistered(key, "Client Class", exePath);
+  ExpectRegistered(mine, "Client Class", ModulePath(exe));
   // A subkey of the client's own goes with the class key.
   HKEY extra;
-  const std::string deeper = std::string(key) + "\\ProgID\\deeper";
-  ASSERT_EQ(RegCreateKeyA(HKEY_CLASSES_ROOT, deeper.c_str(), &extra), ERROR_SUCCESS);
+  ASSERT_EQ(RegCreateKeyA(HKEY_CLASSES_ROOT, (key + "\\ProgID\\deeper").c_str(), &extra), 0);
   RegCloseKey(extra);
   EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK);
   EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
-  EXPECT_TRUE(gvtest::KeyExists(HKEY_CLASSES_ROOT, kClassKey));
+  EXPECT_TRUE(gvtest::KeyExists(HKEY_CLASSES_ROOT, ClassKey(kClsidTalc)));
   EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK) << "nothing to remove";
-
   // Registering again over an old entry replaces its texts.
   ASSERT_EQ(GvRegisterServer(exe, &mine, "Old Name", TRUE), S_OK);
   ASSERT_EQ(GvRegisterServer(dll_, &mine, "New Name", TRUE), S_OK);
-  ExpectRegistered(key, "New Name", DllPath());
+  ExpectRegistered(mine, "New Name", ModulePath(dll_));
   EXPECT_EQ(GvRegisterServer(exe, &mine, nullptr, FALSE), S_OK);
   EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
 }
