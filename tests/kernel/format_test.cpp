@@ -54,43 +54,35 @@ struct Case {
 };
 
 const Case kCases[] = {
-    {"plain text", Args(), "plain text"},
-    {"100%% and $$5", Args(), "100% and $5"},
+    {"plain text", Args(), "plain text"}, {"100%% and $$5", Args(), "100% and $5"},
     {"%d|%i|%u", Args().I(-5).I(7).I(-1), "-5|7|4294967295"},
     {"%x|%X|%08x", Args().I(0xbeef).I(0xbeef).I(0x1f), "beef|BEEF|0000001f"},
     {"%5d|%-5d|%+d", Args().I(42).I(42).I(42), "   42|42   |+42"},
     {"%.3f|%e|%E", Args().D(2.5).D(1234.5).D(0.5), "2.500|1.234500e+003|5.000000E-001"},
     {"%g|%G", Args().D(0.0001).D(1e-10), "0.0001|1E-010"},
     {"%c%c|%s|%-4s|", Args().I('o').I('k').S("str").S("ab"), "ok|str|ab  |"},
-    {"%*|%,|%;|%:", Args(), ".|,|.|:"},
-    {"%7.2*|$,", Args(), ".|,"},
+    {"%*|%,|%;|%:", Args(), ".|,|.|:"}, {"%7.2*|$,", Args(), ".|,"},
     {"%.2z|%.0z|%z|%5z", Args().I(12345).I(7).I(-3).I(12), "123.45|7|-3|   12"},
-    {"%.3z", Args().I(-5), "-0.005"},
-    {"$.3z", Args().I(-1234567), "-1,234.567"},
+    {"%.3z", Args().I(-5), "-0.005"}, {"$.3z", Args().I(-1234567), "-1,234.567"},
     {"$d|$d|$d|$d", Args().I(4567).I(-1234567).I(999).I(0), "4,567|-1,234,567|999|0"},
-    {"$u", Args().I(-1), "4,294,967,295"},
+    {"$u", Args().I(-1), "4,294,967,295"}, {"$x", Args().I(0x123456), "123,456"},
     {"$.2f|$.4f|$.2f", Args().D(-1234567.891).D(-9876543.21).D(123.456),
      "-1,234,567.89|-9,876,543.2100|123.46"},
     {"$I64d", Args().L(-9223372036854775807LL - 1), "-9,223,372,036,854,775,808"},
-    {"$x", Args().I(0x123456), "123,456"},
     {"$s|$c", Args().S("12345").I('7'), "12345|7"},
     // Padding around a grouped number: the leading blanks stay, the number
     // ends at the first blank behind it.
     {"[$8d]|[$-8d]|[%-8d]", Args().I(1234).I(1234).I(1234), "[    1,234]|[1,234]|[1234    ]"},
     // Unfinished directives are copied, a '$' introducer written as '%'.
-    {"%", Args(), "%"},
-    {"end %5", Args(), "end %5"},
-    {"end $", Args(), "end %"},
-    {"end $5", Args(), "end %5"},
-    {"%5.2", Args(), "%5.2"},
+    {"%", Args(), "%"}, {"end %5", Args(), "end %5"}, {"end $", Args(), "end %"},
+    {"end $5", Args(), "end %5"}, {"%5.2", Args(), "%5.2"},
     // 260 characters at most: an ending character at 260 still completes it.
     {"%" + Chars(300, '1') + "d", Args().I(5), "%" + Chars(300, '1') + "d"},
     {"%" + Chars(258, '0') + "d|", Args().I(5), "5|"},
     {"%" + Chars(259, '0') + "d|", Args().I(5), "%" + Chars(259, '0') + "d|"},
     // 'o' does not end a directive: the octal conversion runs on to the 'i'
     // of "items"; every conversion after the first reads zeros.
-    {"%o items", Args().I(8), "10 items"},
-    {"%o%%x", Args().I(9), "11%x"},
+    {"%o items", Args().I(8), "10 items"}, {"%o%%x", Args().I(9), "11%x"},
     {[] { std::string f; for (int i = 0; i < 100; ++i) f += "%o"; return f + "d|"; }(),
      Args().I(8), "10" + Chars(99, '0') + "d|"},
     {[] { std::string f; for (int i = 0; i < 40; ++i) f += "%p"; return f + "%s|"; }(),
@@ -109,17 +101,18 @@ const Case kCases[] = {
     {"%5I64d|%d", Args().I(12).I(34), "   12|34"},  // only "%I6..." takes 64 bits
     // Long conversions come out whole, however long.
     {"%.3000d", Args().I(5), Chars(2999, '0') + "5"},
-    {"$.3000d", Args().I(1234567), Chars(2993, '0') + "1,234,567"},
     {"%3000d|", Args().I(5), Chars(2999, ' ') + "5|"},
+    {"$.3000d", Args().I(1234567), Chars(2993, '0') + "1,234,567"},
     {"$3000d|", Args().I(-1234), Chars(2995, ' ') + "-1,234|"},
     {"%99999x|", Args().I(0xab), Chars(99997, ' ') + "ab|"},
     {"%.3000f|", Args().D(1.5), "1.5" + Chars(2999, '0') + "|"},
-    {"%.500z|%.3000z|", Args().I(1).I(-1), "0." + Chars(500, '0') + "|-0." + Chars(3000, '0') + "|"},
+    {"%.500z|%.3000z|", Args().I(1).I(-1),
+     "0." + Chars(500, '0') + "|-0." + Chars(3000, '0') + "|"},
     {"%s|%.1200s|", Args().S(kLongText.c_str()).S(kLongText.c_str()),
      kLongText + "|" + Chars(1200, 't') + "|"},
     {"%1100c|%-1030s|", Args().I('q').S("ab"), Chars(1099, ' ') + "q|ab" + Chars(1028, ' ') + "|"},
-    {"%1030ls|%1030s|", Args().S(L"wide").S(nullptr), Chars(1026, ' ') + "wide|" +
-                                                          Chars(1024, ' ') + "(null)|"},
+    {"%1030ls|%1030s|", Args().S(L"wide").S(nullptr),
+     Chars(1026, ' ') + "wide|" + Chars(1024, ' ') + "(null)|"},
     {"$1100s|", Args().S("12345"), Chars(1095, ' ') + "12345|"},
     // Conversions no memory could hold are written as their directive.
     {"%2147483647d|%99999999999999999999d|", Args().I(1).I(2),
@@ -128,7 +121,8 @@ const Case kCases[] = {
      "%.2147483647f|%.4294967296z|%.3000000000z|%2147483647s|"},
     // Token references that find nothing are copied; the name scan stops at
     // anything but letters, digits and '_', and formatting goes on behind it.
-    {"$(NoSuchToken) x|$(App Name)|$(abc|$(|$()", Args(), "$(NoSuchToken) x|$(App Name)|$(abc|$(|$()"},
+    {"$(NoSuchToken) x|$(App Name)|$(abc|$(|$()", Args(),
+     "$(NoSuchToken) x|$(App Name)|$(abc|$(|$()"},
     {"$(a %d)", Args().I(5), "$(a 5)"},
     {"$(" + Chars(300, 'n') + ")", Args(), "$(" + Chars(300, 'n') + ")"},
     // The separator tokens registered at load; a full stop ends the scan.

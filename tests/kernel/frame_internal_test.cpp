@@ -29,7 +29,8 @@ TEST(VersionRefusal, PlatformThenLevelThenVersion) {
       {6, kLongClient.c_str(), 0x0100000D, 2, kIncompatible + kLongClient.substr(0, 127) + "."},
       {6, nullptr, 0x0100000C, 0, std::string(kIncompatible) + "."},
       // A platform before Windows 95 is refused before anything else.
-      {3, "Old Client", 0x0100000D, 2, "This product requires Windows 95 or Windows NT 4.0 or later."},
+      {3, "Old Client", 0x0100000D, 2,
+       "This product requires Windows 95 or Windows NT 4.0 or later."},
   };
   FOR_EACH_CASE(cases) {
     char message[512] = "";

@@ -12,38 +12,29 @@ namespace {
 
 const LPSTR kUnset = reinterpret_cast<LPSTR>(static_cast<UINT_PTR>(0xdeadbeef));
 
-// One parse function, its result widened (64-bit results as their bits).
-#define PARSE(f) [](const char *t, LPSTR *e) { return static_cast<long long>(f(t, e)); }
+// The parse functions, their results widened (64-bit results as their bits).
+using Parse = long long (*)(const char *, LPSTR *);
+#define PARSE(f) Parse([](const char *t, LPSTR *e) { return static_cast<long long>(f(t, e)); })
+const Parse kDWord = PARSE(GvAsciiToDWordToken), kLong = PARSE(GvAsciiToLongToken),
+            kDWordLong = PARSE(GvAsciiToDWordLongToken), kLongLong = PARSE(GvAsciiToLongLongToken),
+            kHex = PARSE(GvHexToDWordToken), kHexLong = PARSE(GvHexToDWordLongToken);
 
 TEST(NumberParse, BasicFormsGiveValueAndStop) {
-  const struct { long long (*parse)(const char *, LPSTR *); const char *text; long long value;
-                 int stop; } cases[] = {
-      {PARSE(GvAsciiToDWordToken), "  1,234,567", 1234567, 11},
-      {PARSE(GvAsciiToDWordToken), "42abc", 42, 2},
-      {PARSE(GvAsciiToDWordToken), "", 0, 0},
-      {PARSE(GvAsciiToDWordToken), "   ", 0, 3},
-      {PARSE(GvAsciiToDWordToken), "\t7 8", 7, 2},
-      {PARSE(GvAsciiToDWordToken), "1,,2,", 12, 5},
-      {PARSE(GvAsciiToDWordToken), ",5", 5, 2},
-      {PARSE(GvAsciiToDWordToken), "4294967295", 4294967295LL, 10},
-      {PARSE(GvAsciiToDWordToken), "4294967306", 10, 10},  // wraps
-      {PARSE(GvAsciiToDWordToken), "-5", 0, 0},
-      {PARSE(GvAsciiToDWordToken), "12.5", 12, 2},
-      {PARSE(GvAsciiToLongToken), " -1,234 x", -1234, 7},
-      {PARSE(GvAsciiToLongToken), "2147483648", -2147483647LL - 1, 10},
-      {PARSE(GvAsciiToLongToken), "-2147483648", -2147483647LL - 1, 11},
-      {PARSE(GvAsciiToLongToken), "--5", 0, 1},
-      {PARSE(GvAsciiToDWordLongToken), "18,446,744,073,709,551,615", -1, 26},
-      {PARSE(GvAsciiToDWordLongToken), "18446744073709551616", 0, 20},
-      {PARSE(GvAsciiToLongLongToken), "-9223372036854775807", -9223372036854775807LL, 20},
-      {PARSE(GvAsciiToLongLongToken), "4294967296", 4294967296LL, 10},
+  const struct { Parse parse; const char *text; long long value; int stop; } cases[] = {
+      {kDWord, "  1,234,567", 1234567, 11}, {kDWord, "42abc", 42, 2}, {kDWord, "", 0, 0},
+      {kDWord, "   ", 0, 3}, {kDWord, "\t7 8", 7, 2}, {kDWord, "1,,2,", 12, 5},
+      {kDWord, ",5", 5, 2},
+      {kDWord, "4294967295", 4294967295LL, 10}, {kDWord, "4294967306", 10, 10},  // wraps
+      {kDWord, "-5", 0, 0}, {kDWord, "12.5", 12, 2}, {kLong, " -1,234 x", -1234, 7},
+      {kLong, "2147483648", -2147483647LL - 1, 10}, {kLong, "-2147483648", -2147483647LL - 1, 11},
+      {kLong, "--5", 0, 1}, {kDWordLong, "18,446,744,073,709,551,615", -1, 26},
+      {kDWordLong, "18446744073709551616", 0, 20},
+      {kLongLong, "-9223372036854775807", -9223372036854775807LL, 20},
+      {kLongLong, "4294967296", 4294967296LL, 10},
       // A "0x" prefix is skipped only when it is the whole rest of the text.
-      {PARSE(GvHexToDWordToken), "0x1F", 0, 1},
-      {PARSE(GvHexToDWordToken), " 0X", 0, 3},
-      {PARSE(GvHexToDWordToken), "1f", 31, 2},
-      {PARSE(GvHexToDWordToken), "DeadBeefG", 0xDEADBEEF, 8},
-      {PARSE(GvHexToDWordToken), "123456789", 0x23456789, 9},
-      {PARSE(GvHexToDWordLongToken), "123456789abcdef0", 0x123456789abcdef0LL, 16},
+      {kHex, "0x1F", 0, 1}, {kHex, " 0X", 0, 3}, {kHex, "1f", 31, 2},
+      {kHex, "DeadBeefG", 0xDEADBEEF, 8}, {kHex, "123456789", 0x23456789, 9},
+      {kHexLong, "123456789abcdef0", 0x123456789abcdef0LL, 16},
   };
   FOR_EACH_CASE(cases) {
     LPSTR end = kUnset;
@@ -60,8 +51,7 @@ TEST(NumberParse, HexPrefixMustBeExactlyTheRestOfTheText) {
       {"0x-", 1}, {"-0x", 0}, {"0-x", 1}, {"0x'", 1}, {"'0x", 0}, {"0\x01x", 1}, {"0x\x01", 1},
       {"0X", 2}};
   FOR_EACH_CASE(cases) {
-    using Parse = long long (*)(const char *, LPSTR *);
-    for (Parse parse : {Parse(PARSE(GvHexToDWordToken)), Parse(PARSE(GvHexToDWordLongToken))}) {
+    for (Parse parse : {kHex, kHexLong}) {
       LPSTR end = kUnset;
       EXPECT_EQ(parse(c.text, &end), 0);
       EXPECT_EQ(end - c.text, c.stop);

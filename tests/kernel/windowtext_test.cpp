@@ -41,7 +41,8 @@ TEST_F(WindowText, SetsTheFormattedTextAndReturnsItsLength) {
   const struct { int (*set)(HWND frame, HWND line); int length; std::string text; } cases[] = {
       {[](HWND, HWND l) { return GvSetWindowText(l, "Gain $.1z dB", -123); }, 13, "Gain -12.3 dB"},
       // Without an introducer the format is the text and no argument is read.
-      {[](HWND, HWND l) { return GvSetWindowText(l, "50 {percent}", 1, 2, 3); }, 12, "50 {percent}"},
+      {[](HWND, HWND l) { return GvSetWindowText(l, "50 {percent}", 1, 2, 3); }, 12,
+       "50 {percent}"},
       {[](HWND, HWND l) { return GvSetWindowText(l, nullptr); }, 0, ""},
       {[](HWND f, HWND) { return GvSetDlgItemText(f, kLineId, "$I64d samples", 1234567890123LL); },
        25, "1,234,567,890,123 samples"},
