@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <string>
 #include <vector>
 
@@ -14,22 +15,24 @@ namespace {
 
 // An argument block as a cdecl caller pushes it: 4-byte slots, 8 bytes for
 // doubles and 64-bit integers, no padding.
+// Characters are widened to int, as the caller's promotion does.
 class Args {
  public:
-  Args &I(int32_t v) { return Put(&v, 4); }
-  Args &L(int64_t v) { return Put(&v, 8); }
-  Args &D(double v) { return Put(&v, 8); }
-  Args &S(const void *v) { return Put(&v, 4); }
+  template <typename... T>
+  explicit Args(T... values) {
+    (Put(values), ...);
+  }
   va_list List() const {
     bytes_.resize(bytes_.size() + 64, 0);  // what a stray conversion would read
     return reinterpret_cast<va_list>(bytes_.data());
   }
 
  private:
-  Args &Put(const void *p, size_t n) {
-    const char *c = static_cast<const char *>(p);
-    bytes_.insert(bytes_.end(), c, c + n);
-    return *this;
+  template <typename T>
+  void Put(T v) {
+    const auto widened = std::conditional_t<sizeof(T) < 4, int, T>(v);
+    const char *c = reinterpret_cast<const char *>(&widened);
+    bytes_.insert(bytes_.end(), c, c + sizeof widened);
   }
   mutable std::vector<char> bytes_;
 };
@@ -55,79 +58,76 @@ struct Case {
 
 const Case kCases[] = {
     {"plain text", Args(), "plain text"}, {"100%% and $$5", Args(), "100% and $5"},
-    {"%d|%i|%u", Args().I(-5).I(7).I(-1), "-5|7|4294967295"},
-    {"%x|%X|%08x", Args().I(0xbeef).I(0xbeef).I(0x1f), "beef|BEEF|0000001f"},
-    {"%5d|%-5d|%+d", Args().I(42).I(42).I(42), "   42|42   |+42"},
-    {"%.3f|%e|%E", Args().D(2.5).D(1234.5).D(0.5), "2.500|1.234500e+003|5.000000E-001"},
-    {"%g|%G", Args().D(0.0001).D(1e-10), "0.0001|1E-010"},
-    {"%c%c|%s|%-4s|", Args().I('o').I('k').S("str").S("ab"), "ok|str|ab  |"},
+    {"%d|%i|%u", Args(-5, 7, -1), "-5|7|4294967295"},
+    {"%x|%X|%08x", Args(0xbeef, 0xbeef, 0x1f), "beef|BEEF|0000001f"},
+    {"%5d|%-5d|%+d", Args(42, 42, 42), "   42|42   |+42"},
+    {"%.3f|%e|%E|%g|%G", Args(2.5, 1234.5, 0.5, 0.0001, 1e-10),
+     "2.500|1.234500e+003|5.000000E-001|0.0001|1E-010"},
+    {"%c%c|%s|%-4s|", Args('o', 'k', "str", "ab"), "ok|str|ab  |"},
     {"%*|%,|%;|%:", Args(), ".|,|.|:"}, {"%7.2*|$,", Args(), ".|,"},
-    {"%.2z|%.0z|%z|%5z", Args().I(12345).I(7).I(-3).I(12), "123.45|7|-3|   12"},
-    {"%.3z", Args().I(-5), "-0.005"}, {"$.3z", Args().I(-1234567), "-1,234.567"},
-    {"$d|$d|$d|$d", Args().I(4567).I(-1234567).I(999).I(0), "4,567|-1,234,567|999|0"},
-    {"$u", Args().I(-1), "4,294,967,295"}, {"$x", Args().I(0x123456), "123,456"},
-    {"$.2f|$.4f|$.2f", Args().D(-1234567.891).D(-9876543.21).D(123.456),
+    {"%.2z|%.0z|%z|%5z", Args(12345, 7, -3, 12), "123.45|7|-3|   12"},
+    {"%.3z|$.3z", Args(-5, -1234567), "-0.005|-1,234.567"},
+    {"$d|$d|$d|$d", Args(4567, -1234567, 999, 0), "4,567|-1,234,567|999|0"},
+    {"$u", Args(-1), "4,294,967,295"}, {"$x", Args(0x123456), "123,456"},
+    {"$.2f|$.4f|$.2f", Args(-1234567.891, -9876543.21, 123.456),
      "-1,234,567.89|-9,876,543.2100|123.46"},
-    {"$I64d", Args().L(-9223372036854775807LL - 1), "-9,223,372,036,854,775,808"},
-    {"$s|$c", Args().S("12345").I('7'), "12345|7"},
+    {"$I64d|$s|$c", Args(-9223372036854775807LL - 1, "12345", '7'),
+     "-9,223,372,036,854,775,808|12345|7"},
     // Padding around a grouped number: the leading blanks stay, the number
     // ends at the first blank behind it.
-    {"[$8d]|[$-8d]|[%-8d]", Args().I(1234).I(1234).I(1234), "[    1,234]|[1,234]|[1234    ]"},
+    {"[$8d]|[$-8d]|[%-8d]", Args(1234, 1234, 1234), "[    1,234]|[1,234]|[1234    ]"},
     // Unfinished directives are copied, a '$' introducer written as '%'.
     {"%", Args(), "%"}, {"end %5", Args(), "end %5"}, {"end $", Args(), "end %"},
     {"end $5", Args(), "end %5"}, {"%5.2", Args(), "%5.2"},
     // 260 characters at most: an ending character at 260 still completes it.
-    {"%" + Chars(300, '1') + "d", Args().I(5), "%" + Chars(300, '1') + "d"},
-    {"%" + Chars(258, '0') + "d|", Args().I(5), "5|"},
-    {"%" + Chars(259, '0') + "d|", Args().I(5), "%" + Chars(259, '0') + "d|"},
+    {"%" + Chars(300, '1') + "d", Args(5), "%" + Chars(300, '1') + "d"},
+    {"%" + Chars(258, '0') + "d|", Args(5), "5|"},
+    {"%" + Chars(259, '0') + "d|", Args(5), "%" + Chars(259, '0') + "d|"},
     // 'o' does not end a directive: the octal conversion runs on to the 'i'
     // of "items"; every conversion after the first reads zeros.
-    {"%o items", Args().I(8), "10 items"}, {"%o%%x", Args().I(9), "11%x"},
+    {"%o items|%o%%x", Args(8, 9), "10 items|11%x"},
     {[] { std::string f; for (int i = 0; i < 100; ++i) f += "%o"; return f + "d|"; }(),
-     Args().I(8), "10" + Chars(99, '0') + "d|"},
+     Args(8), "10" + Chars(99, '0') + "d|"},
     {[] { std::string f; for (int i = 0; i < 40; ++i) f += "%p"; return f + "%s|"; }(),
-     Args().I(0x71), "00000071" + Chars(39 * 8, '0') + "(null)|"},
+     Args(0x71), "00000071" + Chars(39 * 8, '0') + "(null)|"},
     // Counts and the runtime's string conversions inside a directive are
     // text: none may write memory or read a number as a pointer.
-    {"%5n d", Args().I(3), "%5n d"},
-    {"%Sd|%Zd|", Args().I(5).I(5), "%Sd|%Zd|"},
-    {"%o%-4Sx|%Sf|%lSz|", Args().I(8).D(1.0).I(7), "10%-4Sx|%Sf|%lSd|"},
-    {"%Sc|%-3S%c|", Args().I('q').I('r'), "%Sc|%-3Sr|"},
+    {"%5n d", Args(3), "%5n d"}, {"%Sd|%Zd|", Args(5, 5), "%Sd|%Zd|"},
+    {"%o%-4Sx|%Sf|%lSz|", Args(8, 1.0, 7), "10%-4Sx|%Sf|%lSd|"},
+    {"%Sc|%-3S%c|", Args('q', 'r'), "%Sc|%-3Sr|"},
     // Each conversion takes exactly its own argument slots.
-    {"%I64d %d|%I64x %d", Args().L(0x100000000LL).I(77).L(-1).I(5),
+    {"%I64d %d|%I64x %d", Args(0x100000000LL, 77, -1LL, 5),
      "4294967296 77|ffffffffffffffff 5"},
-    {"%f %.1z %s %c %d", Args().D(0.25).I(15).S("x").I('q').I(6), "0.250000 1.5 x q 6"},
-    {"%*%,%;%: %d|%5d%% %d", Args().I(8).I(1).I(2), ".,.: 8|    1% 2"},
-    {"%5I64d|%d", Args().I(12).I(34), "   12|34"},  // only "%I6..." takes 64 bits
+    {"%f %.1z %s %c %d", Args(0.25, 15, "x", 'q', 6), "0.250000 1.5 x q 6"},
+    {"%*%,%;%: %d|%5d%% %d", Args(8, 1, 2), ".,.: 8|    1% 2"},
+    {"%5I64d|%d", Args(12, 34), "   12|34"},  // only "%I6..." takes 64 bits
     // Long conversions come out whole, however long.
-    {"%.3000d", Args().I(5), Chars(2999, '0') + "5"},
-    {"%3000d|", Args().I(5), Chars(2999, ' ') + "5|"},
-    {"$.3000d", Args().I(1234567), Chars(2993, '0') + "1,234,567"},
-    {"$3000d|", Args().I(-1234), Chars(2995, ' ') + "-1,234|"},
-    {"%99999x|", Args().I(0xab), Chars(99997, ' ') + "ab|"},
-    {"%.3000f|", Args().D(1.5), "1.5" + Chars(2999, '0') + "|"},
-    {"%.500z|%.3000z|", Args().I(1).I(-1),
+    {"%.3000d", Args(5), Chars(2999, '0') + "5"}, {"%3000d|", Args(5), Chars(2999, ' ') + "5|"},
+    {"$.3000d", Args(1234567), Chars(2993, '0') + "1,234,567"},
+    {"$3000d|", Args(-1234), Chars(2995, ' ') + "-1,234|"},
+    {"%99999x|", Args(0xab), Chars(99997, ' ') + "ab|"},
+    {"%.3000f|", Args(1.5), "1.5" + Chars(2999, '0') + "|"},
+    {"%.500z|%.3000z|", Args(1, -1),
      "0." + Chars(500, '0') + "|-0." + Chars(3000, '0') + "|"},
-    {"%s|%.1200s|", Args().S(kLongText.c_str()).S(kLongText.c_str()),
+    {"%s|%.1200s|", Args(kLongText.c_str(), kLongText.c_str()),
      kLongText + "|" + Chars(1200, 't') + "|"},
-    {"%1100c|%-1030s|", Args().I('q').S("ab"), Chars(1099, ' ') + "q|ab" + Chars(1028, ' ') + "|"},
-    {"%1030ls|%1030s|", Args().S(L"wide").S(nullptr),
+    {"%1100c|%-1030s|", Args('q', "ab"), Chars(1099, ' ') + "q|ab" + Chars(1028, ' ') + "|"},
+    {"%1030ls|%1030s|", Args(L"wide", nullptr),
      Chars(1026, ' ') + "wide|" + Chars(1024, ' ') + "(null)|"},
-    {"$1100s|", Args().S("12345"), Chars(1095, ' ') + "12345|"},
+    {"$1100s|", Args("12345"), Chars(1095, ' ') + "12345|"},
     // Conversions no memory could hold are written as their directive.
-    {"%2147483647d|%99999999999999999999d|", Args().I(1).I(2),
+    {"%2147483647d|%99999999999999999999d|", Args(1, 2),
      "%2147483647d|%99999999999999999999d|"},
-    {"%.2147483647f|%.4294967296z|%.3000000000z|%2147483647s|", Args().D(1.0).I(1).I(1).S("a"),
+    {"%.2147483647f|%.4294967296z|%.3000000000z|%2147483647s|", Args(1.0, 1, 1, "a"),
      "%.2147483647f|%.4294967296z|%.3000000000z|%2147483647s|"},
     // Token references that find nothing are copied; the name scan stops at
     // anything but letters, digits and '_', and formatting goes on behind it.
     {"$(NoSuchToken) x|$(App Name)|$(abc|$(|$()", Args(),
      "$(NoSuchToken) x|$(App Name)|$(abc|$(|$()"},
-    {"$(a %d)", Args().I(5), "$(a 5)"},
-    {"$(" + Chars(300, 'n') + ")", Args(), "$(" + Chars(300, 'n') + ")"},
+    {"$(a %d)|$(" + Chars(300, 'n') + ")", Args(5), "$(a 5)|$(" + Chars(300, 'n') + ")"},
     // The separator tokens registered at load; a full stop ends the scan.
-    {"$(d)$(decimal)$(t)$(thousand)$(l)$(list)|$(time)$(date)$(currency)", Args(), "..,,,,|:/$"},
-    {"$(smpte.whole)", Args(), "$(smpte.whole)"},
+    {"$(d)$(decimal)$(t)$(thousand)$(l)$(list)|$(time)$(date)$(currency)|$(smpte.whole)", Args(),
+     "..,,,,|:/$|$(smpte.whole)"},
 };
 
 TEST(Formatter, TableOfConversions) {
@@ -143,7 +143,6 @@ TEST(Formatter, VariadicEntryAndNullArguments) {
   EXPECT_STREQ(out, "");
 }
 
-// ---- Tokens ------------------------------------------------------------------
 
 class FormatterTokens : public ::testing::Test {
  protected:
@@ -153,7 +152,7 @@ class FormatterTokens : public ::testing::Test {
   }
 };
 
-TEST_F(FormatterTokens, AddReplaceAndDeleteIgnoreCase) {
+TEST_F(FormatterTokens, AddReplaceAndDeleteIgnoreCaseAndStaySorted) {
   ASSERT_TRUE(GvPrintF_AddToken("Colour", "teal"));
   EXPECT_EQ(Format("a $(Colour) b $(COLOUR)$(colour)"), "a teal b tealteal");
   ASSERT_TRUE(GvPrintF_AddToken("COLOUR", "amber"));
@@ -167,9 +166,7 @@ TEST_F(FormatterTokens, AddReplaceAndDeleteIgnoreCase) {
   const std::string longest = Chars(260, 'm');
   ASSERT_TRUE(GvPrintF_AddToken(longest.c_str(), "fits"));
   EXPECT_EQ(Format("$(" + longest + ")"), "fits");
-}
-
-TEST_F(FormatterTokens, ManyTokensStaySorted) {
+  // Many tokens, added in reverse, are all found.
   char name[16];
   for (int i = 99; i >= 0; --i) {
     wsprintfA(name, "tok%d", i);

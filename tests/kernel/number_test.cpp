@@ -62,10 +62,9 @@ TEST(NumberParse, HexPrefixMustBeExactlyTheRestOfTheText) {
 TEST(NumberParse, RealAddsTinyBiasAndReadsSeparators) {
   const struct { const char *text; double value; int stop; } cases[] = {
       {"1,234.5", 1234.5, 7}, {"  -0.25 next", -0.25, 7}, {"", 0, 0}, {"abc", 0, 0},
-      {"12", 12, 2},
+      {"12", 12, 2}, {"7,5", 75, 3}, {".5", 0.5, 2},
       {"3.14xyz", 3.14, 7},  // with a fraction the end is the token end
       {"1.2.3", 1, 1},       // only the token's last separator is one
-      {"7,5", 75, 3},        {".5", 0.5, 2},
   };
   FOR_EACH_CASE(cases) {
     LPSTR end = kUnset;
@@ -99,7 +98,6 @@ TEST(NumberParse, CheckedFormsDefaultAndClamp) {
   EXPECT_DOUBLE_EQ(GvAsciiToDoubleTokenEx("40", 3.0, -1.0, 10.0, nullptr), 10.0);
 }
 
-// ---- Printing --------------------------------------------------------------
 
 #define PRINT(call) [](char *out) { return call; }
 
@@ -143,7 +141,6 @@ TEST(NumberPrint, TextAndLengthWithoutSign) {
   }
 }
 
-// ---- String helpers --------------------------------------------------------
 
 TEST(StringHelpers, InsertCommasTable) {
   const struct { const char *in, *out; int length; } cases[] = {
@@ -177,7 +174,6 @@ TEST(StringHelpers, StripPrepareAndFourCC) {
   EXPECT_EQ(text[5], 0x7f);
 }
 
-// ---- Decibel labels --------------------------------------------------------
 
 #define LABEL(call) []() { return call; }
 
@@ -209,7 +205,6 @@ TEST(DecibelLabels, Table) {
   EXPECT_STREQ(second, "20");
 }
 
-// ---- Ellipsis --------------------------------------------------------------
 
 // Widths are counted in characters of the fixed system font, plus the 2
 // pixels of margin.
