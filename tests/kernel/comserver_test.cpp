@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,7 @@
 namespace {
 
 const CLSID kClsidTalc = GV_CLSID_TALC_INIT;
-const IID kIidKernel = GV_IID_IGVKERNEL_INIT;
+const IID kIidKernel = GV_IID_IGVKERNEL_INIT, kIidGraph = GV_IID_IGVGRAPHBUILDER_INIT;
 void *const kSentinel = reinterpret_cast<void *>(0xdeadbeef);
 
 // "CLSID\{...}", the key a class is registered under.
@@ -57,6 +58,21 @@ class ComServer : public testing::Test {
   HRESULT(WINAPI *canUnloadNow_)() = nullptr;
 };
 
+// What `object` answers: itself for each of `own`, E_NOINTERFACE and null
+// for `other`, E_INVALIDARG without a result slot.
+void ExpectAnswers(IUnknown *object, std::initializer_list<const IID *> own, const IID &other) {
+  void *p = nullptr;
+  for (const IID *iid : own) {
+    EXPECT_EQ(object->QueryInterface(*iid, &p), S_OK);
+    EXPECT_EQ(p, object);
+    object->Release();
+  }
+  p = kSentinel;
+  EXPECT_EQ(object->QueryInterface(other, &p), E_NOINTERFACE);
+  EXPECT_EQ(p, nullptr);
+  EXPECT_EQ(object->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
+}
+
 // An outer object for aggregation; the kernel object keeps it but never calls it.
 class Outer : public IUnknown {
  public:
@@ -92,15 +108,8 @@ TEST_F(ComServer, ClassObjectFactoryAndLocks) {
   EXPECT_EQ(canUnloadNow_(), S_OK) << "a factory does not hold the server";
   for (ULONG count : {2u, 3u}) EXPECT_EQ(f->AddRef(), count);
   for (ULONG count : {2u, 1u}) EXPECT_EQ(f->Release(), count);
+  ExpectAnswers(f, {&IID_IClassFactory, &IID_IUnknown}, kIidKernel);
   void *p;
-  for (const IID *iid : {&IID_IClassFactory, &IID_IUnknown}) {
-    EXPECT_EQ(f->QueryInterface(*iid, &p), S_OK);
-    EXPECT_EQ(p, f);
-  }
-  p = kSentinel;
-  EXPECT_EQ(f->QueryInterface(kIidKernel, &p), E_NOINTERFACE);
-  EXPECT_EQ(p, nullptr);
-  EXPECT_EQ(f->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
   Outer outer;
   const struct { IUnknown *outer; const IID *iid; HRESULT result; } refusals[] = {
       {&outer, &kIidKernel, CLASS_E_NOAGGREGATION},
@@ -113,7 +122,6 @@ TEST_F(ComServer, ClassObjectFactoryAndLocks) {
   }
   EXPECT_EQ(f->CreateInstance(nullptr, kIidKernel, nullptr), E_INVALIDARG);
   EXPECT_EQ(canUnloadNow_(), S_OK);
-  for (ULONG count : {2u, 1u}) EXPECT_EQ(f->Release(), count);
   // A lock holds the server until unlocked, whatever becomes of the factory.
   EXPECT_EQ(f->LockServer(TRUE), S_OK);
   EXPECT_EQ(f->Release(), 0u);
@@ -139,95 +147,86 @@ TEST_F(ComServer, CreateInstanceMakesTheKernelObject) {
   const struct { IUnknown *outer; const IID *iid; } asks[] = {
       {nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
   FOR_EACH_CASE(asks) {
-    void *p = nullptr, *kernel = nullptr, *graph = kSentinel;
+    void *p = nullptr;
     ASSERT_EQ(f->CreateInstance(c.outer, *c.iid, &p), S_OK);
-    auto *unknown = static_cast<IUnknown *>(p);
-    ASSERT_EQ(unknown->QueryInterface(kIidKernel, &kernel), S_OK);
-    EXPECT_EQ(kernel, p);
-    const IID graphIid = GV_IID_IGVGRAPHBUILDER_INIT;
-    EXPECT_EQ(unknown->QueryInterface(graphIid, &graph), E_NOINTERFACE);
-    EXPECT_EQ(graph, nullptr);
-    EXPECT_EQ(unknown->QueryInterface(kIidKernel, nullptr), E_INVALIDARG);
-    auto *k = static_cast<IGVKernel *>(kernel);
+    auto *k = static_cast<IGVKernel *>(p);
+    ExpectAnswers(k, {&IID_IUnknown, &kIidKernel}, kIidGraph);
     EXPECT_EQ(k->GetVersion(), 0x0100000Cu);
     EXPECT_EQ(k->CheckVersion(nullptr, "Co", 0x0100000C, 1, 0), S_OK);
     EXPECT_EQ(k->CheckVersion(nullptr, "Co", 0x0100000D, 1, 0), E_FAIL);  // a box, answered
-    EXPECT_EQ(unknown->AddRef(), 3u);
-    for (ULONG count : {2u, 1u}) EXPECT_EQ(unknown->Release(), count);
+    EXPECT_EQ(k->AddRef(), 2u);
+    EXPECT_EQ(k->Release(), 1u);
     EXPECT_EQ(canUnloadNow_(), S_FALSE) << "a live kernel object holds the server";
-    EXPECT_EQ(unknown->Release(), 0u);
+    EXPECT_EQ(k->Release(), 0u);
   }
   EXPECT_EQ(outer.calls, 0) << "the outer unknown is stored, not used";
   ASSERT_EQ(catcher.Boxes().size(), 3u);
-  for (const gvtest::CaughtBox &box : catcher.Boxes()) {
-    EXPECT_EQ(box.caption, "Marrowbeam Kernel");
-    EXPECT_TRUE(box.hasIcon);
-    EXPECT_EQ(box.text, "The version of the Marrowbeam Kernel is too old.");
-  }
+  EXPECT_EQ(catcher.Boxes()[2].caption, "Marrowbeam Kernel");
+  EXPECT_TRUE(catcher.Boxes()[2].hasIcon);
+  EXPECT_EQ(catcher.Boxes()[2].text, "The version of the Marrowbeam Kernel is too old.");
   EXPECT_EQ(f->Release(), 0u);
 }
 
-// The class key's text, its in-process server (any case) and a REG_SZ "Both"
-// as its threading model, read directly.
-void ExpectRegistered(const CLSID &clsid, const std::string &description,
-                      const std::string &modulePath) {
+// "description|server path|threading model" of a class as stored, the model
+// with its terminator and "?" when it is not REG_SZ; "" when there is no key.
+std::string Registration(const CLSID &clsid) {
   const std::string key = ClassKey(clsid), server = key + "\\InProcServer32";
   std::string text, path;
-  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, key, "", &text) && text == description)
-      << text;
-  EXPECT_TRUE(gvtest::ReadString(HKEY_CLASSES_ROOT, server, "", &path) &&
-              lstrcmpiA(path.c_str(), modulePath.c_str()) == 0) << path;
   DWORD type = 0;
-  std::vector<BYTE> data;
-  ASSERT_TRUE(gvtest::ReadValue(HKEY_CLASSES_ROOT, server, "ThreadingModel", &type, &data));
-  EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
-  EXPECT_EQ(std::string(data.begin(), data.end()), std::string("Both", 5));
+  std::vector<BYTE> model;
+  if (!gvtest::KeyExists(HKEY_CLASSES_ROOT, key)) return "";
+  gvtest::ReadString(HKEY_CLASSES_ROOT, key, "", &text);
+  gvtest::ReadString(HKEY_CLASSES_ROOT, server, "", &path);
+  gvtest::ReadValue(HKEY_CLASSES_ROOT, server, "ThreadingModel", &type, &model);
+  return text + "|" + path + "|" + std::string(model.begin(), model.end()) +
+         (type == REG_SZ ? "" : "?");
 }
 
+const std::string kBoth("Both", 5);
+
 TEST_F(ComServer, LoadingRegsvr32AndRegisterServerRegisterTheClass) {
-  const std::string dll = ModulePath(dll_), key = ClassKey(kClsidTalc);
-  auto reg = Proc<HRESULT(WINAPI *)()>("DllRegisterServer");
-  auto unreg = Proc<HRESULT(WINAPI *)()>("DllUnregisterServer");
+  const std::string dll = ModulePath(dll_), registered = "Marrowbeam TALC|" + dll + "|" + kBoth;
+  const auto reg = Proc<HRESULT(WINAPI *)()>("DllRegisterServer");
+  const auto unreg = Proc<HRESULT(WINAPI *)()>("DllUnregisterServer");
   ASSERT_TRUE(reg && unreg);
-  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
-  ASSERT_EQ(unreg(), S_OK);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
-  ASSERT_EQ(reg(), S_OK);
-  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
-  EXPECT_EQ(std::system(("regsvr32.exe /s /u \"" + dll + "\"").c_str()), 0);  // as installers do
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
-  EXPECT_EQ(std::system(("regsvr32.exe /s \"" + dll + "\"").c_str()), 0);
-  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
+  const struct { std::function<long()> act; std::string registration; } steps[] = {
+      {[] { return 0L; }, registered}, {unreg, ""}, {reg, registered},  // loading registered it
+      // As installers do.
+      {[&] { return std::system(("regsvr32.exe /s /u \"" + dll + "\"").c_str()); }, ""},
+      {[&] { return std::system(("regsvr32.exe /s \"" + dll + "\"").c_str()); }, registered},
+  };
+  FOR_EACH_CASE(steps) {
+    EXPECT_EQ(c.act(), 0);
+    EXPECT_EQ(Registration(kClsidTalc), c.registration);
+  }
   // Every load registers again: a copy of the library, loaded, names itself.
   const std::string copy = dll.substr(0, dll.find_last_of('\\') + 1) + "GVTALC_copy.dll";
   ASSERT_TRUE(CopyFileA(dll.c_str(), copy.c_str(), FALSE));
   HMODULE second = LoadLibraryA(copy.c_str());
   EXPECT_NE(second, nullptr);
-  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", copy);
+  EXPECT_EQ(Registration(kClsidTalc), "Marrowbeam TALC|" + copy + "|" + kBoth);
   if (second) FreeLibrary(second);
   DeleteFileA(copy.c_str());
   EXPECT_EQ(reg(), S_OK);  // leave the class registered for this library
-  ExpectRegistered(kClsidTalc, "Marrowbeam TALC", dll);
+  EXPECT_EQ(Registration(kClsidTalc), registered);
 }
 
 TEST_F(ComServer, RegisterServerServesClientClassesToo) {
   EXPECT_EQ(GvRegisterServer(dll_, nullptr, "x", TRUE), E_FAIL);
   const CLSID mine = {0x0BADF00D, 0x1111, 0x2222, {0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA}};
-  const std::string key = ClassKey(mine);
-  EXPECT_EQ(key, "CLSID\\{0BADF00D-1111-2222-3344-5566778899AA}");
   HMODULE exe = GetModuleHandleA(nullptr);
   ASSERT_EQ(GvRegisterServer(exe, &mine, "Client Class", TRUE), S_OK);
-  ExpectRegistered(mine, "Client Class", ModulePath(exe));
+  EXPECT_EQ(Registration(mine), "Client Class|" + ModulePath(exe) + "|" + kBoth);
   EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
-  EXPECT_TRUE(gvtest::KeyExists(HKEY_CLASSES_ROOT, ClassKey(kClsidTalc)));
+  EXPECT_EQ(Registration(mine), "");
+  EXPECT_NE(Registration(kClsidTalc), "");
   EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK) << "nothing to remove";
   // Registering again over an old entry replaces its texts.
   ASSERT_EQ(GvRegisterServer(exe, &mine, "Old Name", TRUE), S_OK);
   ASSERT_EQ(GvRegisterServer(dll_, &mine, "New Name", TRUE), S_OK);
-  ExpectRegistered(mine, "New Name", ModulePath(dll_));
+  EXPECT_EQ(Registration(mine), "New Name|" + ModulePath(dll_) + "|" + kBoth);
   EXPECT_EQ(GvRegisterServer(exe, &mine, nullptr, FALSE), S_OK);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_CLASSES_ROOT, key));
+  EXPECT_EQ(Registration(mine), "");
 }
 
 }  // namespace

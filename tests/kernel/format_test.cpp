@@ -50,11 +50,7 @@ std::string Format(const std::string &format, const Args &args = Args()) {
 std::string Chars(size_t n, char c) { return std::string(n, c); }
 const std::string kLongText = Chars(1500, 't');
 
-struct Case {
-  std::string format;
-  Args args;
-  std::string expected;
-};
+struct Case { std::string format; Args args; std::string expected; };
 
 const Case kCases[] = {
     {"plain text", Args(), "plain text"}, {"100%% and $$5", Args(), "100% and $5"},

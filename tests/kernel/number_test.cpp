@@ -175,25 +175,21 @@ TEST(StringHelpers, StripPrepareAndFourCC) {
 }
 
 
-#define LABEL(call) []() { return call; }
-
 TEST(DecibelLabels, Table) {
-  const struct { LPCSTR (*label)(); const char *text; } cases[] = {
-      {LABEL(GvGetdBStringFixed(nullptr, -600, 1, 0, TRUE)), "-60.0 dB"},
-      {LABEL(GvGetdBStringFixed(nullptr, -600, 1, -600, TRUE)), "-Inf."},
-      {LABEL(GvGetdBStringFixed(nullptr, -601, 1, -600, FALSE)), "-Inf."},
-      {LABEL(GvGetdBStringFixed(nullptr, -599, 1, -600, FALSE)), "-59.9"},
-      {LABEL(GvGetdBStringFixed(nullptr, 12345, 0, 0, TRUE)), "12,345 dB"},
-      {LABEL(GvGetdBStringFixed(nullptr, 12345, -3, 0, FALSE)), "12,345"},
-      {LABEL(GvGetdBStringFixed(nullptr, 5, 12, 0, FALSE)), "0.000000005"},
-      {LABEL(GvGetdBStringFixed(nullptr, 1234567, 2, 0, FALSE)), "12,345.67"},
-      {LABEL(GvGetdBStringFixed(nullptr, -2147483647 - 1, 9, 0, TRUE)), "-2.147483648 dB"},
-      {LABEL(GvGetdBStringFloat(nullptr, -6.02f, 2, 0.0f, TRUE)), "-6.02 dB"},
-      {LABEL(GvGetdBStringFloat(nullptr, -6.9f, 0, 0.0f, FALSE)), "-6"},
-      {LABEL(GvGetdBStringFloat(nullptr, -96.0f, 1, -96.0f, TRUE)), "-Inf."},
-      {LABEL(GvGetdBStringFloat(nullptr, 1234.5f, 1, 0.0f, FALSE)), "1,234.5"},
+  const struct { LONG value; int decimals; LONG floor; BOOL unit; const char *text; } cases[] = {
+      {-600, 1, 0, TRUE, "-60.0 dB"}, {-600, 1, -600, TRUE, "-Inf."},
+      {-601, 1, -600, FALSE, "-Inf."}, {-599, 1, -600, FALSE, "-59.9"},
+      {12345, 0, 0, TRUE, "12,345 dB"}, {12345, -3, 0, FALSE, "12,345"},
+      {5, 12, 0, FALSE, "0.000000005"}, {1234567, 2, 0, FALSE, "12,345.67"},
+      {-2147483647 - 1, 9, 0, TRUE, "-2.147483648 dB"},
   };
-  FOR_EACH_CASE(cases) EXPECT_STREQ(c.label(), c.text);
+  FOR_EACH_CASE(cases) {
+    EXPECT_STREQ(GvGetdBStringFixed(nullptr, c.value, c.decimals, c.floor, c.unit), c.text);
+  }
+  EXPECT_STREQ(GvGetdBStringFloat(nullptr, -6.02f, 2, 0.0f, TRUE), "-6.02 dB");
+  EXPECT_STREQ(GvGetdBStringFloat(nullptr, -6.9f, 0, 0.0f, FALSE), "-6");  // truncated
+  EXPECT_STREQ(GvGetdBStringFloat(nullptr, -96.0f, 1, -96.0f, TRUE), "-Inf.");
+  EXPECT_STREQ(GvGetdBStringFloat(nullptr, 1234.5f, 1, 0.0f, FALSE), "1,234.5");
   // A label too long for the 24-byte buffer is cut, never overrun.
   const char *big = GvGetdBStringFloat(nullptr, 3e38f, 9, 0.0f, TRUE);
   EXPECT_EQ(std::strlen(big), 23u);

@@ -43,8 +43,8 @@ class Wrappers : public ::testing::Test {
   void SetUp() override {
     g_seen.clear();
     g_answer = IDCANCEL;
-    g_main = main_ = CreateWindowExA(0, "STATIC", "main", WS_OVERLAPPEDWINDOW, 0, 0, 400, 300, nullptr,
-                            nullptr, nullptr, nullptr);
+    g_main = main_ = CreateWindowExA(0, "STATIC", "main", WS_OVERLAPPEDWINDOW, 0, 0, 400, 300,
+                                     nullptr, nullptr, nullptr, nullptr);
     line_ = CreateWindowExA(0, "EDIT", "", WS_CHILD | ES_AUTOHSCROLL, 0, 0, 300, 20, main_,
                             reinterpret_cast<HMENU>(kLineId), nullptr, nullptr);
     log_ = CreateWindowExA(0, "EDIT", "", WS_CHILD | ES_MULTILINE | ES_AUTOVSCROLL, 0, 30, 300,
