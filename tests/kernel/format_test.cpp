@@ -2,10 +2,9 @@
 // argument walk, with argument blocks laid out as a 32-bit client's stack.
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstring>
-#include <type_traits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "gvtalc.h"
@@ -92,8 +91,7 @@ const Case kCases[] = {
     {"%o%-4Sx|%Sf|%lSz|", Args(8, 1.0, 7), "10%-4Sx|%Sf|%lSd|"},
     {"%Sc|%-3S%c|", Args('q', 'r'), "%Sc|%-3Sr|"},
     // Each conversion takes exactly its own argument slots.
-    {"%I64d %d|%I64x %d", Args(0x100000000LL, 77, -1LL, 5),
-     "4294967296 77|ffffffffffffffff 5"},
+    {"%I64d %d|%I64x %d", Args(0x100000000LL, 77, -1LL, 5), "4294967296 77|ffffffffffffffff 5"},
     {"%f %.1z %s %c %d", Args(0.25, 15, "x", 'q', 6), "0.250000 1.5 x q 6"},
     {"%*%,%;%: %d|%5d%% %d", Args(8, 1, 2), ".,.: 8|    1% 2"},
     {"%5I64d|%d", Args(12, 34), "   12|34"},  // only "%I6..." takes 64 bits
@@ -103,8 +101,7 @@ const Case kCases[] = {
     {"$3000d|", Args(-1234), Chars(2995, ' ') + "-1,234|"},
     {"%99999x|", Args(0xab), Chars(99997, ' ') + "ab|"},
     {"%.3000f|", Args(1.5), "1.5" + Chars(2999, '0') + "|"},
-    {"%.500z|%.3000z|", Args(1, -1),
-     "0." + Chars(500, '0') + "|-0." + Chars(3000, '0') + "|"},
+    {"%.500z|%.3000z|", Args(1, -1), "0." + Chars(500, '0') + "|-0." + Chars(3000, '0') + "|"},
     {"%s|%.1200s|", Args(kLongText.c_str(), kLongText.c_str()),
      kLongText + "|" + Chars(1200, 't') + "|"},
     {"%1100c|%-1030s|", Args('q', "ab"), Chars(1099, ' ') + "q|ab" + Chars(1028, ' ') + "|"},
@@ -112,8 +109,7 @@ const Case kCases[] = {
      Chars(1026, ' ') + "wide|" + Chars(1024, ' ') + "(null)|"},
     {"$1100s|", Args("12345"), Chars(1095, ' ') + "12345|"},
     // Conversions no memory could hold are written as their directive.
-    {"%2147483647d|%99999999999999999999d|", Args(1, 2),
-     "%2147483647d|%99999999999999999999d|"},
+    {"%2147483647d|%99999999999999999999d|", Args(1, 2), "%2147483647d|%99999999999999999999d|"},
     {"%.2147483647f|%.4294967296z|%.3000000000z|%2147483647s|", Args(1.0, 1, 1, "a"),
      "%.2147483647f|%.4294967296z|%.3000000000z|%2147483647s|"},
     // Token references that find nothing are copied; the name scan stops at

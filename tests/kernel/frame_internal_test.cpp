@@ -20,10 +20,8 @@ const std::string kLongClient = std::string(120, 'n') + "0123456789" + std::stri
 TEST(VersionRefusal, PlatformThenLevelThenVersion) {
   const struct { DWORD major; const char *client; DWORD required; int level; std::string message;
   } cases[] = {
-      {6, "Test Client", 0x0100000C, 1, ""},
-      {4, "Test Client", 0x00000000, 1, ""},
-      {6, nullptr, 0x0100000B, 1, ""},
-      {6, "Test Client", 0x0100000D, 1, kTooOld},
+      {6, "Test Client", 0x0100000C, 1, ""}, {4, "Test Client", 0x00000000, 1, ""},
+      {6, nullptr, 0x0100000B, 1, ""}, {6, "Test Client", 0x0100000D, 1, kTooOld},
       {6, "Test Client", 0x80000000, 1, kTooOld},  // compared unsigned
       // The level is tested first; the client name is cut to 127 characters.
       {6, kLongClient.c_str(), 0x0100000D, 2, kIncompatible + kLongClient.substr(0, 127) + "."},

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
 
 #include "gvtalc.h"
 #include "support/cases.h"
@@ -86,8 +85,7 @@ TEST(NumberParse, CheckedFormsDefaultAndClamp) {
   EXPECT_EQ(GvAsciiToDWordTokenEx(text, 7, 0, 100, &end), 7u);
   EXPECT_EQ(end, text + 1);
   EXPECT_EQ(GvAsciiToDWordTokenEx("3000000000", 1, 0, 0xFFFFFFFF, nullptr), 3000000000u);
-  EXPECT_EQ(GvAsciiToLongLongTokenEx("-5000000000", 0, -4000000000LL, 0, nullptr),
-            -4000000000LL);
+  EXPECT_EQ(GvAsciiToLongLongTokenEx("-5000000000", 0, -4000000000LL, 0, nullptr), -4000000000LL);
   EXPECT_EQ(GvAsciiToDWordLongTokenEx("z", 77, 0, 100, nullptr), 77ULL);
   EXPECT_EQ(GvHexToDWordTokenEx("zz", 0xAB, 0, 0xFF, nullptr), 0xABu);
   EXPECT_EQ(GvHexToDWordTokenEx("100", 0, 0, 0xFF, nullptr), 0xFFu);
@@ -146,8 +144,7 @@ TEST(StringHelpers, InsertCommasTable) {
   const struct { const char *in, *out; int length; } cases[] = {
       {"1234567", "1,234,567", 9}, {"-1234.5678", "-1,234.5678", 11}, {"123", "123", 3},
       {"", "0", 1},                {"   ", "0", 1},                    {"000", "0", 1},
-      {"  12345 tail", "  12,345", 8}, {"0001234", "0001,234", 8},
-      {"1000000.", "1,000,000.", 10},
+      {"  12345 tail", "  12,345", 8}, {"0001234", "0001,234", 8}, {"1000000.", "1,000,000.", 10},
   };
   FOR_EACH_CASE(cases) {
     char text[32];
