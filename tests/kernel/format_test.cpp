@@ -18,9 +18,7 @@ namespace {
 class Args {
  public:
   template <typename... T>
-  explicit Args(T... values) {
-    (Put(values), ...);
-  }
+  explicit Args(T... values) { (Put(values), ...); }
   va_list List() const {
     bytes_.resize(bytes_.size() + 64, 0);  // what a stray conversion would read
     return reinterpret_cast<va_list>(bytes_.data());
@@ -122,11 +120,9 @@ const Case kCases[] = {
      "..,,,,|:/$|$(smpte.whole)"},
 };
 
-TEST(Formatter, TableOfConversions) {
+TEST(Formatter, TableOfConversionsAndTheVariadicEntry) {
   FOR_EACH_CASE(kCases) EXPECT_EQ(Format(c.format, c.args), c.expected);
-}
-
-TEST(Formatter, VariadicEntryAndNullArguments) {
+  // The variadic entry, and null arguments.
   char out[128] = "xyz";
   EXPECT_EQ(GvPrintF(out, "%I64d/%.2f/%d/$d", 1234567890123LL, 0.125, -7, 1000), 27);
   EXPECT_STREQ(out, "1234567890123/0.13/-7/1,000");

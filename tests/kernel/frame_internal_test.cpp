@@ -1,6 +1,5 @@
-// The frame's decisions without the platform's say: which message the
-// version contract gives on which platform, where a command line's
-// arguments start, and the key the power-user probe makes for each family.
+// The frame's decisions without the platform's say: the version contract's
+// message per platform, the command-line tail, the power-user probe's key.
 #include <gtest/gtest.h>
 
 #include <cstring>

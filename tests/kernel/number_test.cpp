@@ -140,7 +140,7 @@ TEST(NumberPrint, TextAndLengthWithoutSign) {
 }
 
 
-TEST(StringHelpers, InsertCommasTable) {
+TEST(StringHelpers, GroupStripPrepareAndFourCC) {
   const struct { const char *in, *out; int length; } cases[] = {
       {"1234567", "1,234,567", 9}, {"-1234.5678", "-1,234.5678", 11}, {"123", "123", 3},
       {"", "0", 1},                {"   ", "0", 1},                    {"000", "0", 1},
@@ -152,9 +152,6 @@ TEST(StringHelpers, InsertCommasTable) {
     EXPECT_EQ(GvInsertCommas(text), c.length);
     EXPECT_STREQ(text, c.out);
   }
-}
-
-TEST(StringHelpers, StripPrepareAndFourCC) {
   char text[32] = " \t name here \r\n";
   EXPECT_EQ(GvStripWhiteSpace(text), 9);
   EXPECT_STREQ(text, "name here");
@@ -199,8 +196,7 @@ TEST(DecibelLabels, Table) {
 }
 
 
-// Widths are counted in characters of the fixed system font, plus the 2
-// pixels of margin.
+// Widths in characters of the fixed system font, plus the 2 pixels of margin.
 TEST(Ellipsis, ShortensWithDotsWithinSizeAndWidth) {
   HDC dc = CreateCompatibleDC(nullptr);
   ASSERT_NE(dc, nullptr);

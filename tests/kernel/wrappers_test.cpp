@@ -1,7 +1,6 @@
-// The formatting wrappers. Message boxes: the client hook, owner resolution,
-// the default caption and the centring of the box over its owner; every box
-// is answered by the test. Window text on real windows, whose cases also
-// stand for the message-box wrappers, which format the same way.
+// The formatting wrappers: message boxes (client hook, owner, default caption,
+// centring; every box is answered by the test) and window text on real
+// windows, whose cases stand for the message boxes too, formatted the same.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -155,9 +154,7 @@ TEST_F(Wrappers, SetsTheFormattedTextAndReturnsItsLength) {
   DestroyWindow(gone);
   EXPECT_EQ(GvSetWindowText(gone, "x %d", 1), 0);
   EXPECT_EQ(GvSetDlgItemText(main_, 999, "x %d", 1), 0);
-}
-
-TEST_F(Wrappers, EditLogAppendsLinesAndTildesContinueThem) {
+  // The edit log appends lines; leading tildes continue the line.
   EXPECT_EQ(GvMEditPrintF(log_, nullptr), 0);
   EXPECT_EQ(GvMEditPrintF(log_, "take %d", 1), 6);
   EXPECT_EQ(GvMEditPrintF(log_, "take $d", 2000), 10);
