@@ -33,6 +33,13 @@
  * Tokens registered by the library: "d"/"decimal", "t"/"thousand",
  * "l"/"list", "time", "date", "currency" (one separator character each),
  * and "smpte.whole", "smpte.fraction" (not reachable through $(...)).
+ *
+ * Threads: the token table and the message-box record (application data,
+ * hook, the centring of the box being shown) are process-wide and not
+ * locked. Add and delete tokens, and set the record and hook, while no
+ * other thread formats or shows a box. The owner-thread test compares
+ * GetCurrentThread(), the same pseudo-handle in every thread, so it lets
+ * every thread through.
  */
 #ifndef GVFORMAT_H
 #define GVFORMAT_H
