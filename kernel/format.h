@@ -31,6 +31,13 @@ int ShowMessageBox(HWND owner, const char *text, const char *caption, UINT style
 // The value of the token `name` (case-insensitive); false when none.
 bool FindToken(const char *name, const char **value, DWORD *length);
 
+// Registers `name` with `value` (null for ""), replacing a token whose name
+// differs only in case; false when no record can be had.
+bool AddToken(const char *name, const char *value);
+
+// Deletes the token `name` (any case); false when there was none.
+bool DeleteToken(const char *name);
+
 // (Re)registers the one-character tokens of the separators in force.
 void RegisterSeparatorTokens();
 

@@ -10,6 +10,7 @@
 
 #include "kernel/format.h"
 #include "kernel/intl.h"
+#include "kernel/strings.h"
 #include "include/gvformat.h"
 #include "include/gvnumber.h"
 
@@ -297,7 +298,7 @@ void Convert(const char *directive, size_t length, bool grouped, va_list &args, 
     out.Put(directive, length);
     return;
   }
-  if (grouped && number) GvInsertCommas(work.Text());
+  if (grouped && number) InsertCommas(work.Text());
   out.Put(work.Text());
 }
 
