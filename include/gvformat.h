@@ -25,10 +25,11 @@
  *
  * Every conversion comes out whole, however large its width or precision
  * ("%.3000d" of 5 gives 2999 zeros and the 5). Two exceptions: a 'c' or 's'
- * directive that runs on over another conversion ("%p%s") gives at most 1023
- * characters, and a conversion whose width and precision ask for more than
- * 0x3FFFFFFF characters ("%2147483647d"), or for more memory than can be
- * had, is copied as its directive.
+ * directive holding more than the flags - # 0, a width, a precision and an
+ * h, l or w prefix (one that runs on over another conversion, as "%p%s")
+ * gives at most 1023 characters; and a conversion whose width and precision
+ * ask for more than 0x3FFFFFFF characters ("%2147483647d"), or for more
+ * memory than can be had, is copied as its directive.
  *
  * Tokens registered by the library: "d"/"decimal", "t"/"thousand",
  * "l"/"list", "time", "date", "currency" (one separator character each),

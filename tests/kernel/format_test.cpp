@@ -95,7 +95,7 @@ const Case kCases[] = {
     {"%5I64d|%d", Args(12, 34), "   12|34"},  // only "%I6..." takes 64 bits
     // Long conversions come out whole, however long.
     {"%.3000d", Args(5), Chars(2999, '0') + "5"}, {"%3000d|", Args(5), Chars(2999, ' ') + "5|"},
-    {"$.3000d", Args(1234567), Chars(2993, '0') + "1,234,567"},
+    {"$.3000d|$.3000d", Args(5, 1234567), Chars(2999, '0') + "5|" + Chars(2993, '0') + "1,234,567"},
     {"$3000d|", Args(-1234), Chars(2995, ' ') + "-1,234|"},
     {"%99999x|", Args(0xab), Chars(99997, ' ') + "ab|"},
     {"%.3000f|", Args(1.5), "1.5" + Chars(2999, '0') + "|"},
