@@ -120,9 +120,9 @@ void CentreWhenInitialised(HWND box, const char *caption) {
   lstrcpynA(g_msgbox.boxCaption, caption, sizeof g_msgbox.boxCaption);
   // Read and replace the procedure in the box's own character set, so that
   // its messages reach it untranslated.
-  g_msgbox.boxProc = reinterpret_cast<WNDPROC>(IsWindowUnicode(box)
-                                            ? GetWindowLongPtrW(box, GWLP_WNDPROC)
-                                            : GetWindowLongPtrA(box, GWLP_WNDPROC));
+  g_msgbox.boxProc = reinterpret_cast<WNDPROC>(
+      IsWindowUnicode(box) ? GetWindowLongPtrW(box, GWLP_WNDPROC)
+                           : GetWindowLongPtrA(box, GWLP_WNDPROC));
   if (g_msgbox.boxProc) SetProc(box, CentringProc);
 }
 
