@@ -8,10 +8,9 @@
  *                      copied as it stands, "$(" and ")" included; a name
  *                      not closed by ')' is copied and formatting goes on
  *                      behind it.
- *   %...c  %...s       through wsprintfA (one 32-bit argument; at most
- *                      1023 characters come out of one conversion)
- *   %...d i u x X      one 32-bit int; a specification beginning "%I6" (as
- *                      in %I64d) takes a 64-bit int
+ *   %...c  %...s       through wsprintfA (one 32-bit argument)
+ *   %...d i u x X      one 32-bit int; a directive beginning "%I6" (as in
+ *                      %I64d) takes a 64-bit int
  *   %...e E f g G      one double; '.' becomes the decimal separator
  *   %.Nz               a 32-bit int counting 10^-N units, printed with N
  *                      decimals (%.2z of 12345 is 123.45); %z = %d
@@ -19,14 +18,29 @@
  *                      separator; no argument
  *   $ in place of %    the same conversion; numbers are then grouped with
  *                      the thousands separator ($d of 4567 is 4,567)
- * A specification runs until one of the characters * , : ; E G X c d e f g
- * i s u x z or for at most 260 characters; an unfinished one is copied as it
- * stands ('$' written as '%'). Note that 'o' does not end a specification:
+ * A conversion directive runs until one of the characters * , : ; E G X c d
+ * e f g i s u x z or for at most 260 characters; an unfinished one is copied
+ * as it stands ('$' written as '%'). Note that 'o' does not end a directive:
  * "%o" runs on into the following text.
+ *
+ * Every conversion comes out whole, however large its width or precision
+ * ("%.3000d" of 5 gives 2999 zeros and the 5). Two exceptions: a 'c' or 's'
+ * directive holding more than the flags - # 0, a width, a precision and an
+ * h, l or w prefix (one that runs on over another conversion, as "%p%s")
+ * gives at most 1023 characters; and a conversion whose width and precision
+ * ask for more than 0x3FFFFFFF characters ("%2147483647d"), or for more
+ * memory than can be had, is copied as its directive.
  *
  * Tokens registered by the library: "d"/"decimal", "t"/"thousand",
  * "l"/"list", "time", "date", "currency" (one separator character each),
  * and "smpte.whole", "smpte.fraction" (not reachable through $(...)).
+ *
+ * Threads: the token table and the message-box record (application data,
+ * hook, the centring of the box being shown) are process-wide and not
+ * locked. Add and delete tokens, and set the record and hook, while no
+ * other thread formats or shows a box. The owner-thread test compares
+ * GetCurrentThread(), the same pseudo-handle in every thread, so it lets
+ * every thread through.
  */
 #ifndef GVFORMAT_H
 #define GVFORMAT_H
@@ -37,7 +51,8 @@
 /* ---- Formatter ----------------------------------------------------------- */
 
 /* Formats into out and returns the length written (without terminator).
- * There is no size argument: out must have room for the whole result.
+ * There is no size argument: out must have room for the whole result, every
+ * width, precision, string and token value at full length.
  * A null out returns 0 and writes nothing; a null format gives "". */
 GVAPI(int) GvVPrintF(LPSTR out, LPCSTR format, va_list args);
 GVAPIV(int) GvPrintF(LPSTR out, LPCSTR format, ...);

@@ -2,6 +2,14 @@
  * gvkernel.h -- the library frame: version contract, platform queries,
  * registry helpers, the in-process COM server, the system-colour hook and
  * the on-screen debug text.
+ *
+ * Threads: nothing here takes a lock. The COM server's object, lock and
+ * reference counts are plain increments and decrements, although the class
+ * is registered with ThreadingModel "Both": create, lock and release the
+ * library's objects from one thread at a time. GvDebugString's strip is
+ * shared by the whole process. The version check, the platform queries and
+ * the registry helpers keep no state of their own beyond GvIsWin95's
+ * remembered answer.
  */
 #ifndef GVKERNEL_H
 #define GVKERNEL_H
@@ -65,7 +73,11 @@ GVAPI(BOOL) GvIsWin95(void);
 /* Pointer into GetCommandLineA() past the program name and the blanks after
  * it; never null (points at the terminator when there are no arguments). */
 GVAPI(LPSTR) GvGetCommandLine(void);
-/* TRUE when the user may create keys under HKEY_LOCAL_MACHINE. */
+/* TRUE when the user may create keys under HKEY_LOCAL_MACHINE. This writes
+ * to the registry: it creates the key
+ *   HKEY_LOCAL_MACHINE\SOFTWARE\Microsoft\Windows NT\CurrentVersion\~GvTestLoginPrivilege
+ * ("Windows" in place of "Windows NT" on the Windows 95 family) and deletes
+ * it again. */
 GVAPI(BOOL) GvIsPowerUser(void);
 
 /* ---- Registry helpers -------------------------------------------------- */

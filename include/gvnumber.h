@@ -7,6 +7,11 @@
  * of numbers in one string. A null text reads as an empty one. The
  * thousands and decimal separators are the user's (single characters; ","
  * and "." under United States settings).
+ *
+ * Threads: the conversions share nothing but the separators, which the
+ * library reads at load, and may be called from any thread. The decibel
+ * labels come from one ring of buffers shared by the whole process, without
+ * a lock: a label may be overwritten by another thread's call at any time.
  */
 #ifndef GVNUMBER_H
 #define GVNUMBER_H

@@ -4,11 +4,14 @@
 #include "kernel/comserver.h"
 #include "kernel/frame.h"
 #include "kernel/gmem.h"
+#include "kernel/registry.h"
 
 namespace gv {
 
 namespace {
 
+// The library's one class; everything else in the library refers to it
+// through TalcClassId().
 const CLSID kClsidTalc = GV_CLSID_TALC_INIT;
 
 struct ClassEntry {
@@ -120,9 +123,9 @@ GVAPI(HRESULT) DllCanUnloadNow(void) { return gv::CanUnloadServer() ? S_OK : S_F
 GVAPI(void) DllCanUnloadNowDone(void) {}
 
 GVAPI(HRESULT) DllRegisterServer(void) {
-  return GvRegisterServer(g_frame.module, &gv::TalcClassId(), gv::kComDescription, TRUE);
+  return gv::RegisterServer(g_frame.module, gv::TalcClassId(), gv::kComDescription, true);
 }
 
 GVAPI(HRESULT) DllUnregisterServer(void) {
-  return GvRegisterServer(g_frame.module, &gv::TalcClassId(), gv::kComDescription, FALSE);
+  return gv::RegisterServer(g_frame.module, gv::TalcClassId(), gv::kComDescription, false);
 }

@@ -1,13 +1,13 @@
 // Library entry: the load and unload sequences of GVTALC.dll.
+#include "kernel/comserver.h"
 #include "kernel/frame.h"
 #include "kernel/gmem.h"
 #include "kernel/loadsteps.h"
+#include "kernel/registry.h"
 #include "include/gvkernel.h"
 
 namespace gv {
 namespace {
-
-const CLSID kClsidTalc = GV_CLSID_TALC_INIT;
 
 bool Load(HINSTANCE module) {
   // Platform flag first, then the module handle the other steps need.
@@ -25,7 +25,7 @@ bool Load(HINSTANCE module) {
     Controls_Init();
     // Re-registering on every load is deliberate: a process that may not
     // write HKEY_CLASSES_ROOT cannot load the library.
-    hr = GvRegisterServer(module, &kClsidTalc, kComDescription, TRUE);
+    hr = RegisterServer(module, TalcClassId(), kComDescription, true);
   }
   if (SUCCEEDED(hr)) {
     g_frame.scratch = GlobalAllocPtr(GMEM_MOVEABLE, kScratchSize);

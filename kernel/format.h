@@ -22,10 +22,21 @@ int FormatText(char *out, size_t capacity, const char *format, va_list args);
 const char *WrapperText(char (&buffer)[kWrapperBufferSize], const char *format,
                         va_list args);
 
+// Shows a message box as GvMessageBox does once the calling thread has
+// been accepted: owner resolved, the client's hook asked, the box centred.
+int ShowMessageBox(HWND owner, const char *text, const char *caption, UINT style);
+
 // ---- Token table ----------------------------------------------------------
 
 // The value of the token `name` (case-insensitive); false when none.
 bool FindToken(const char *name, const char **value, DWORD *length);
+
+// Registers `name` with `value` (null for ""), replacing a token whose name
+// differs only in case; false when no record can be had.
+bool AddToken(const char *name, const char *value);
+
+// Deletes the token `name` (any case); false when there was none.
+bool DeleteToken(const char *name);
 
 // (Re)registers the one-character tokens of the separators in force.
 void RegisterSeparatorTokens();

@@ -2,22 +2,30 @@
 // '$' (grouped by thousands), separator conversions, and $(Name) tokens.
 #include <cctype>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 
 #include "kernel/format.h"
 #include "kernel/intl.h"
+#include "kernel/strings.h"
 #include "include/gvformat.h"
 #include "include/gvnumber.h"
 
 namespace gv {
 namespace {
 
-constexpr size_t kMaxSpec = 260;      // longest conversion specification
-constexpr size_t kMaxTokenName = 260; // longest $(Name)
-constexpr int kMaxConversion = 2047;  // longest single conversion result
-// Room for a conversion result and the separators grouping may add.
-constexpr size_t kConversionBuffer = 3072;
+constexpr size_t kMaxDirective = 260;  // longest conversion directive
+constexpr size_t kMaxTokenName = 260;  // longest $(Name)
+// What one conversion can print besides its width and precision: the 309
+// integer digits of the largest double, sign, point, exponent and prefix.
+constexpr uint64_t kConversionBase = 330;
+// A conversion that would need more room than this is not attempted.
+constexpr uint64_t kMaxConversion = 0x3FFFFFFF;
+// The window manager's formatter stops after this many characters.
+constexpr size_t kWindowFormatterLimit = 1023;
 
 // Writes into the caller's buffer; a capacity of 0 means unbounded.
 class Output {
@@ -41,15 +49,59 @@ class Output {
   size_t length_ = 0;
 };
 
+// Working room for one conversion: on the stack when small, else sized from
+// the directive on the heap.
+class Work {
+ public:
+  bool Reserve(uint64_t n) {
+    if (n <= sizeof local_) return true;
+    if (n > kMaxConversion * 2) return false;
+    heap_.reset(new (std::nothrow) char[static_cast<size_t>(n)]);
+    text_ = heap_.get();
+    return text_ != nullptr;
+  }
+  char *Text() { return text_; }
+
+ private:
+  char local_[kWindowFormatterLimit + 1];
+  std::unique_ptr<char[]> heap_;
+  char *text_ = local_;
+};
+
 bool IsEnding(char c) { return c && std::strchr("*,:;EGXcdefgisuxz", c) != nullptr; }
 bool IsNameChar(char c) { return std::isalnum(static_cast<unsigned char>(c)) || c == '_'; }
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Copies a specification for the C runtime with every count conversion
+// Reads the digits at p (saturating past kMaxConversion) and moves p past them.
+uint64_t ReadCount(const char *&p) {
+  uint64_t n = 0;
+  for (; IsDigit(*p); ++p) n = n > kMaxConversion ? n : n * 10 + (*p - '0');
+  return n;
+}
+
+// Room, terminator included, for what the C runtime prints for `directive`:
+// its own characters plus, for every conversion it holds (a run-on directive
+// holds several), the base and every width and precision written in it.
+// 0 when that is more than one conversion may have.
+uint64_t RoomFor(const char *directive) {
+  uint64_t room = std::strlen(directive) + 1;
+  for (const char *p = directive; *p;) {
+    if (IsDigit(*p)) {
+      room += ReadCount(p);
+    } else {
+      if (*p++ == '%') room += kConversionBase;
+    }
+    if (room > kMaxConversion) return 0;
+  }
+  return room;
+}
+
+// Copies a directive for the C runtime with every count conversion
 // ("%n") and every string conversion that can occur inside a number's
-// specification ("%S" wide, "%Z" counted) turned into plain text, so no
+// directive ("%S" wide, "%Z" counted) turned into plain text, so no
 // format can make it write memory or read a number as a pointer.
-void DisarmCounts(const char *spec, char *safe) {
-  for (const char *p = spec; *p;) {
+void DisarmCounts(const char *directive, char *safe) {
+  for (const char *p = directive; *p;) {
     if (*p != '%') {
       *safe++ = *p++;
       continue;
@@ -68,7 +120,7 @@ void DisarmCounts(const char *spec, char *safe) {
 }
 
 // The arguments of one conversion: its value, then zeros for every further
-// conversion a run-on specification can hold (each at least two characters
+// conversion a run-on directive can hold (each at least two characters
 // long and reading at most 8 bytes), so none of them reads stray stack words.
 class ArgBlock {
  public:
@@ -79,18 +131,100 @@ class ArgBlock {
   va_list List() { return reinterpret_cast<va_list>(bytes_); }
 
  private:
-  alignas(8) char bytes_[8 + (kMaxSpec / 2) * 8] = {};
+  alignas(8) char bytes_[8 + (kMaxDirective / 2) * 8] = {};
 };
 
-// The C runtime's sprintf with one value.
+// The C runtime's sprintf with one value, the whole result in `work` with
+// room for grouping behind it; false when that room cannot be had.
 template <typename T>
-void PrintC(char *result, const char *spec, T value) {
-  char safe[2 * kMaxSpec + 2];
-  DisarmCounts(spec, safe);
+bool PrintC(Work &work, const char *directive, T value) {
+  char safe[2 * kMaxDirective + 2];
+  DisarmCounts(directive, safe);
+  const uint64_t room = RoomFor(safe);
+  if (!room || !work.Reserve(room + room / 3 + 1)) return false;
   ArgBlock args(value);
-  int n = _vsnprintf(result, kMaxConversion, safe, args.List());
-  if (n < 0 || n > kMaxConversion) n = kMaxConversion;
-  result[n] = '\0';
+  const int n = _vsnprintf(work.Text(), static_cast<size_t>(room - 1), safe, args.List());
+  if (n < 0) return false;
+  work.Text()[n] = '\0';
+  return true;
+}
+
+// The text a plain 'c' or 's' conversion shows, before padding: at most
+// `precision` characters, a wide text in the system code page.
+class TextPiece {
+ public:
+  bool Take(char type, bool wide, uint64_t precision, DWORD_PTR value) {
+    if (type == 's' && !value) {
+      text_ = "(null)";
+      length_ = precision < 6 ? precision : 6;
+      return true;
+    }
+    if (!wide) {
+      single_ = static_cast<char>(value);
+      text_ = type == 'c' ? &single_ : reinterpret_cast<const char *>(value);
+      const uint64_t most = type == 'c' ? 1 : precision;
+      while (length_ < most && text_[length_]) ++length_;
+      if (type == 'c') length_ = 1;
+      return true;
+    }
+    const WCHAR single = static_cast<WCHAR>(value);
+    const WCHAR *w = type == 'c' ? &single : reinterpret_cast<const WCHAR *>(value);
+    int count = type == 'c' ? 1 : 0;
+    if (type == 's')
+      while (static_cast<uint64_t>(count) < precision && count < 0x7FFFFFFF && w[count]) ++count;
+    const int bytes = WideCharToMultiByte(CP_ACP, 0, w, count, nullptr, 0, nullptr, nullptr);
+    converted_.reset(new (std::nothrow) char[bytes + 1]);
+    if (!converted_) return false;
+    WideCharToMultiByte(CP_ACP, 0, w, count, converted_.get(), bytes, nullptr, nullptr);
+    text_ = converted_.get();
+    length_ = static_cast<uint64_t>(bytes);
+    return true;
+  }
+  const char *Text() const { return text_; }
+  uint64_t Length() const { return length_; }
+
+ private:
+  char single_ = 0;
+  const char *text_ = "";
+  uint64_t length_ = 0;
+  std::unique_ptr<char[]> converted_;
+};
+
+// 'c' and 's' through the window manager's formatter. It stops at 1023
+// characters, so a plain directive (flags, width, precision, size prefix)
+// whose result is longer is laid out here as it would: blanks up to the
+// width, on the right with '-'.
+bool PrintText(Work &work, const char *directive, DWORD_PTR value) {
+  const char *p = directive + 1;
+  bool left = false;
+  for (; *p == '-' || *p == '#' || *p == '0'; ++p) left |= *p == '-';
+  const uint64_t width = ReadCount(p);
+  uint64_t precision = ~uint64_t(0);
+  if (*p == '.') precision = ReadCount(++p);
+  const bool wide = *p == 'l' || *p == 'w';
+  if (wide || *p == 'h') ++p;
+  const bool plain = (*p == 'c' || *p == 's') && !p[1];
+  TextPiece piece;
+  if (plain && !piece.Take(*p, wide, precision, value)) return false;
+  const uint64_t total = width > piece.Length() ? width : piece.Length();
+  if (!plain || total <= kWindowFormatterLimit) {
+    char safe[2 * kMaxDirective + 2];
+    DisarmCounts(directive, safe);  // a run-on "%S" would take a character as a pointer
+    ArgBlock block(value);
+    if (!work.Reserve(kWindowFormatterLimit + 1)) return false;
+    const int n = wvsprintfA(work.Text(), safe, block.List());
+    work.Text()[n < 0 ? 0 : n] = '\0';
+    return true;
+  }
+  if (total > kMaxConversion || !work.Reserve(total + 1)) return false;
+  const size_t pad = static_cast<size_t>(total - piece.Length());
+  char *out = work.Text();
+  if (!left) out = static_cast<char *>(std::memset(out, ' ', pad)) + pad;
+  std::memcpy(out, piece.Text(), static_cast<size_t>(piece.Length()));
+  out += piece.Length();
+  if (left) out = static_cast<char *>(std::memset(out, ' ', pad)) + pad;
+  *out = '\0';
+  return true;
 }
 
 void PointsToDecimal(char *text) {
@@ -99,12 +233,13 @@ void PointsToDecimal(char *text) {
     if (*text == '.') *text = decimal;
 }
 
-// Performs one complete specification (ending character last).
-void Convert(const char *spec, size_t length, bool grouped, va_list &args, Output &out) {
+// Performs one complete directive (ending character last). A conversion too
+// long to be produced is written as its directive.
+void Convert(const char *directive, size_t length, bool grouped, va_list &args, Output &out) {
   const IntlSeparators &sep = Separators();
-  char result[kConversionBuffer];
-  bool number = true;
-  switch (spec[length - 1]) {
+  Work work;
+  bool done = false, number = true;
+  switch (directive[length - 1]) {
     case '*':
       out.Put(sep.decimal);
       return;
@@ -122,52 +257,49 @@ void Convert(const char *spec, size_t length, bool grouped, va_list &args, Outpu
     case 'u':
     case 'x':
     case 'X':
-      if (spec[1] == 'I' && spec[2] == '6')
-        PrintC(result, spec, va_arg(args, long long));
+      if (directive[1] == 'I' && directive[2] == '6')
+        done = PrintC(work, directive, va_arg(args, long long));
       else
-        PrintC(result, spec, va_arg(args, int));
+        done = PrintC(work, directive, va_arg(args, int));
       break;
     case 'e':
     case 'E':
     case 'f':
     case 'g':
     case 'G':
-      PrintC(result, spec, va_arg(args, double));
-      PointsToDecimal(result);
+      done = PrintC(work, directive, va_arg(args, double));
+      if (done) PointsToDecimal(work.Text());
       break;
     case 'z': {
       const int value = va_arg(args, int);
       DWORD decimals = 0;
-      if (length >= 3 && spec[1] == '.' && std::isdigit(static_cast<unsigned char>(spec[length - 2])))
-        decimals = GvAsciiToDWordToken(spec + 2, nullptr);
+      if (length >= 3 && directive[1] == '.' &&
+          std::isdigit(static_cast<unsigned char>(directive[length - 2])))
+        decimals = GvAsciiToDWordToken(directive + 2, nullptr);
       if (decimals) {
-        // More decimals than one conversion may print change nothing.
-        if (decimals > kMaxConversion) decimals = kMaxConversion;
         char fixed[16];
-        std::sprintf(fixed, "%%.%df", static_cast<int>(decimals));
-        PrintC(result, fixed, value / std::pow(10.0, static_cast<double>(decimals)));
-        PointsToDecimal(result);
+        std::sprintf(fixed, "%%.%luf", static_cast<unsigned long>(decimals));
+        done = PrintC(work, fixed, value / std::pow(10.0, static_cast<double>(decimals)));
+        if (done) PointsToDecimal(work.Text());
       } else {
-        char integer[kMaxSpec + 1];
-        std::memcpy(integer, spec, length + 1);
+        char integer[kMaxDirective + 1];
+        std::memcpy(integer, directive, length + 1);
         integer[length - 1] = 'd';
-        PrintC(result, integer, value);
+        done = PrintC(work, integer, value);
       }
       break;
     }
-    default: {  // 'c' and 's': the window manager's formatter
-      const DWORD_PTR value = va_arg(args, DWORD_PTR);
-      char safe[2 * kMaxSpec + 2];
-      DisarmCounts(spec, safe);  // a run-on "%S" would take a character as a pointer
-      ArgBlock block(value);
-      int n = wvsprintfA(result, safe, block.List());
-      result[n < 0 ? 0 : n] = '\0';
+    default:  // 'c' and 's'
+      done = PrintText(work, directive, va_arg(args, DWORD_PTR));
       number = false;
       break;
-    }
   }
-  if (grouped && number) GvInsertCommas(result);
-  out.Put(result);
+  if (!done) {
+    out.Put(directive, length);
+    return;
+  }
+  if (grouped && number) InsertCommas(work.Text());
+  out.Put(work.Text());
 }
 
 }  // namespace
@@ -203,24 +335,24 @@ int FormatText(char *out, size_t capacity, const char *format, va_list args) {
         f = q;
       }
     } else if (c == '$' || c == '%') {
-      char spec[kMaxSpec + 1];
+      char directive[kMaxDirective + 1];
       size_t n = 0;
-      spec[n++] = '%';
+      directive[n++] = '%';
       ++f;
       bool complete = false;
-      while (*f && n < kMaxSpec) {
+      while (*f && n < kMaxDirective) {
         const char s = *f++;
-        spec[n++] = s;
+        directive[n++] = s;
         if (IsEnding(s)) {
           complete = true;
           break;
         }
       }
-      spec[n] = '\0';
+      directive[n] = '\0';
       if (complete)
-        Convert(spec, n, c == '$', ap, o);
+        Convert(directive, n, c == '$', ap, o);
       else
-        o.Put(spec, n);
+        o.Put(directive, n);
     } else {
       o.Put(c);
       ++f;

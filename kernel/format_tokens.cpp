@@ -31,7 +31,7 @@ int IndexOf(const char *name) {
 
 void AddCharToken(const char *name, char value) {
   const char text[2] = {value, '\0'};
-  GvPrintF_AddToken(name, text);
+  AddToken(name, text);
 }
 
 }  // namespace
@@ -76,38 +76,43 @@ void TextServices_Term() {
   g_tokens = nullptr;
 }
 
-}  // namespace gv
-
-using gv::TokenRecord;
-
-GVAPI(BOOL) GvPrintF_AddToken(LPCSTR name, LPCSTR value) {
-  if (!gv::g_tokens || !name) return FALSE;
+bool AddToken(const char *name, const char *value) {
+  if (!g_tokens) return false;
   if (!value) value = "";
-  const int existing = gv::IndexOf(name);
-  if (existing >= 0) GvList_DeleteList(gv::g_tokens, existing, 1, FALSE);
+  const int existing = IndexOf(name);
+  if (existing >= 0) GvList_DeleteList(g_tokens, existing, 1, FALSE);
 
   const DWORD nameLength = static_cast<DWORD>(std::strlen(name));
   const DWORD valueLength = static_cast<DWORD>(std::strlen(value));
-  const int at = GvList_FindSortedInsertIndexRange(gv::g_tokens, name, 0, -1, gv::CompareName);
+  const int at = GvList_FindSortedInsertIndexRange(g_tokens, name, 0, -1, CompareName);
   int index = -1;
-  if (FAILED(GvList_AllocItem(gv::g_tokens, nullptr, (nameLength + 1) + (valueLength + 1) + 20,
-                              at, &index)) ||
+  if (FAILED(GvList_AllocItem(g_tokens, nullptr, (nameLength + 1) + (valueLength + 1) + 20, at,
+                              &index)) ||
       index < 0)
-    return FALSE;
+    return false;
 
-  TokenRecord *record = static_cast<TokenRecord *>(GVLIST_ITEM(gv::g_tokens, index));
+  TokenRecord *record = static_cast<TokenRecord *>(GVLIST_ITEM(g_tokens, index));
   record->reserved = 0;
   record->name = reinterpret_cast<char *>(record + 1);
   std::memcpy(record->name, name, nameLength + 1);
   record->valueLength = valueLength;
   record->value = record->name + ((nameLength + 1 + 3) & ~3u);
   std::memcpy(record->value, value, valueLength + 1);
-  return TRUE;
+  return true;
+}
+
+bool DeleteToken(const char *name) {
+  if (!g_tokens) return false;
+  const int index = IndexOf(name);
+  return index >= 0 && SUCCEEDED(GvList_DeleteList(g_tokens, index, 1, TRUE));
+}
+
+}  // namespace gv
+
+GVAPI(BOOL) GvPrintF_AddToken(LPCSTR name, LPCSTR value) {
+  return name && gv::AddToken(name, value) ? TRUE : FALSE;
 }
 
 GVAPI(BOOL) GvPrintF_DeleteToken(LPCSTR name) {
-  if (!gv::g_tokens || !name) return FALSE;
-  const int index = gv::IndexOf(name);
-  if (index < 0) return FALSE;
-  return SUCCEEDED(GvList_DeleteList(gv::g_tokens, index, 1, TRUE));
+  return name && gv::DeleteToken(name) ? TRUE : FALSE;
 }

@@ -31,4 +31,18 @@ bool CanUnloadServer();
 // Called by each object the server hands out when its last reference goes.
 LONG ObjectReleased();
 
+// The version contract on a platform of major version `platformMajor`:
+// false when the client may go on, else true with the text to show in
+// `message`.
+bool VersionRefusal(DWORD platformMajor, const char *clientName, DWORD requiredVersion,
+                    int interfaceLevel, char (&message)[512]);
+
+// Where a command line's arguments start: past the program name (quoted or
+// up to white space) and the white space behind it.
+char *CommandLineTail(char *line);
+
+// Whether a key can be made under HKEY_LOCAL_MACHINE, probed with a key
+// under the "Windows" (win95) or "Windows NT" branch that is deleted again.
+BOOL IsPowerUser(bool win95);
+
 }  // namespace gv

@@ -8,33 +8,40 @@
 namespace gv {
 namespace {
 
-struct MsgBoxApp {
-  HANDLE ownerThread;  // GetCurrentThread() of the GvMsgBoxSetAppData call
-  HINSTANCE instance;
-  HWND mainWindow;
-  GVMSGBOXHOOKPROC hook;
-  DWORD hookContext;
-  char caption[136];
+constexpr int kNameLength = 80;  // class names and titles are read this far
+
+// All message-box state of the process.
+struct MsgBoxState {
+  // The application record: all zero until GvMsgBoxSetAppData.
+  struct App {
+    HANDLE ownerThread;  // GetCurrentThread() of the GvMsgBoxSetAppData call
+    HINSTANCE instance;
+    HWND mainWindow;
+    GVMSGBOXHOOKPROC hook;
+    DWORD hookContext;
+    char caption[136];
+  } app;
+  // The one-shot hook that finds the box being shown, and its caption.
+  HHOOK centreHook;
+  const char *centreCaption;
+  // The box found, subclassed until it is shown: its own procedure, its
+  // caption, and whether that caption has been confirmed.
+  WNDPROC boxProc;
+  char boxCaption[kNameLength];
+  bool centrePending;
 };
 
-MsgBoxApp g_app;                       // all zero until GvMsgBoxSetAppData
-HHOOK g_centreHook = nullptr;
-const char *g_centreCaption = nullptr;  // the caption the hook looks for
+MsgBoxState g_msgbox;
 
 // GetCurrentThread() is one pseudo-handle for every thread, so this accepts
 // all callers; the record keeps it all the same.
-bool OnOwnerThread() { return GetCurrentThread() == g_app.ownerThread; }
+bool OnOwnerThread() { return GetCurrentThread() == g_msgbox.app.ownerThread; }
 
 // ---- Centring -------------------------------------------------------------
 // A message box sizes and places itself while it initialises, after
 // WM_CREATE, and some platforms give it its caption only then. The box
 // found at WM_CREATE is therefore subclassed; once its WM_INITDIALOG has run
 // and its caption is confirmed, it is centred as it is shown.
-
-constexpr int kNameLength = 80;  // class names and titles are read this far
-
-WNDPROC g_boxProc = nullptr;
-char g_boxCaption[kNameLength];
 
 bool TitleIs(HWND window, const char *caption) {
   char title[kNameLength] = "";
@@ -69,16 +76,14 @@ void SetProc(HWND window, WNDPROC proc) {
     SetWindowLongPtrA(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(proc));
 }
 
-bool g_centrePending = false;  // the box's caption is confirmed, not yet shown
-
 // Subclass of the box from WM_CREATE until it is first shown: the box is
 // placed while it initialises and may be placed again as it is shown, so the
 // centred position is given to the showing move itself.
 LRESULT CALLBACK CentringProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-  WNDPROC original = g_boxProc;
+  WNDPROC original = g_msgbox.boxProc;
   const bool unicode = IsWindowUnicode(window) != FALSE;
   bool done = message == WM_NCDESTROY;
-  if (message == WM_WINDOWPOSCHANGING && g_centrePending) {
+  if (message == WM_WINDOWPOSCHANGING && g_msgbox.centrePending) {
     WINDOWPOS *pos = reinterpret_cast<WINDOWPOS *>(lParam);
     if (pos->flags & SWP_SHOWWINDOW) {
       RECT rect;
@@ -94,106 +99,111 @@ LRESULT CALLBACK CentringProc(HWND window, UINT message, WPARAM wParam, LPARAM l
   }
   if (done) {
     SetProc(window, original);
-    g_boxProc = nullptr;
-    g_centrePending = false;
+    g_msgbox.boxProc = nullptr;
+    g_msgbox.centrePending = false;
   }
   LRESULT result = unicode ? CallWindowProcW(original, window, message, wParam, lParam)
                            : CallWindowProcA(original, window, message, wParam, lParam);
-  if (message == WM_INITDIALOG && g_boxProc) {
-    g_centrePending = TitleIs(window, g_boxCaption);
-    if (!g_centrePending) {
+  if (message == WM_INITDIALOG && g_msgbox.boxProc) {
+    g_msgbox.centrePending = TitleIs(window, g_msgbox.boxCaption);
+    if (!g_msgbox.centrePending) {
       SetProc(window, original);
-      g_boxProc = nullptr;
+      g_msgbox.boxProc = nullptr;
     }
   }
   return result;
 }
 
 void CentreWhenInitialised(HWND box, const char *caption) {
-  if (g_boxProc) return;  // one box at a time
-  g_centrePending = false;
-  lstrcpynA(g_boxCaption, caption, sizeof g_boxCaption);
+  if (g_msgbox.boxProc) return;  // one box at a time
+  g_msgbox.centrePending = false;
+  lstrcpynA(g_msgbox.boxCaption, caption, sizeof g_msgbox.boxCaption);
   // Read and replace the procedure in the box's own character set, so that
   // its messages reach it untranslated.
-  g_boxProc = reinterpret_cast<WNDPROC>(IsWindowUnicode(box)
-                                            ? GetWindowLongPtrW(box, GWLP_WNDPROC)
-                                            : GetWindowLongPtrA(box, GWLP_WNDPROC));
-  if (g_boxProc) SetProc(box, CentringProc);
+  g_msgbox.boxProc = reinterpret_cast<WNDPROC>(
+      IsWindowUnicode(box) ? GetWindowLongPtrW(box, GWLP_WNDPROC)
+                           : GetWindowLongPtrA(box, GWLP_WNDPROC));
+  if (g_msgbox.boxProc) SetProc(box, CentringProc);
 }
 
 void RemoveCentreHook() {
-  if (g_centreHook) UnhookWindowsHookEx(g_centreHook);
-  g_centreHook = nullptr;
-  g_centreCaption = nullptr;
+  if (g_msgbox.centreHook) UnhookWindowsHookEx(g_msgbox.centreHook);
+  g_msgbox.centreHook = nullptr;
+  g_msgbox.centreCaption = nullptr;
 }
 
 LRESULT CALLBACK CentreHookProc(int code, WPARAM wParam, LPARAM lParam) {
-  if (!OnOwnerThread() || !g_centreHook) return 0;
+  if (!OnOwnerThread() || !g_msgbox.centreHook) return 0;
   const CWPSTRUCT *call = reinterpret_cast<const CWPSTRUCT *>(lParam);
-  if (code < 0 || !g_centreCaption || call->message != WM_CREATE)
-    return CallNextHookEx(g_centreHook, code, wParam, lParam);
+  if (code < 0 || !g_msgbox.centreCaption || call->message != WM_CREATE)
+    return CallNextHookEx(g_msgbox.centreHook, code, wParam, lParam);
 
   char className[kNameLength] = "";
   GetClassNameA(call->hwnd, className, sizeof className);
   // A box still without a title gets it during its initialisation; the
   // caption is checked again then.
   if (lstrcmpiA(className, "#32770") != 0 ||
-      !(TitleIs(call->hwnd, g_centreCaption) || TitleIs(call->hwnd, "")))
-    return CallNextHookEx(g_centreHook, code, wParam, lParam);
+      !(TitleIs(call->hwnd, g_msgbox.centreCaption) || TitleIs(call->hwnd, "")))
+    return CallNextHookEx(g_msgbox.centreHook, code, wParam, lParam);
 
-  CentreWhenInitialised(call->hwnd, g_centreCaption);
-  const LRESULT result = CallNextHookEx(g_centreHook, code, wParam, lParam);
+  CentreWhenInitialised(call->hwnd, g_msgbox.centreCaption);
+  const LRESULT result = CallNextHookEx(g_msgbox.centreHook, code, wParam, lParam);
   RemoveCentreHook();
   return result;
 }
 
 }  // namespace
+
+int ShowMessageBox(HWND owner, const char *text, const char *caption, UINT style) {
+  const MsgBoxState::App &app = g_msgbox.app;
+  if (owner == nullptr)
+    owner = app.mainWindow ? GetLastActivePopup(app.mainWindow) : nullptr;
+  else if (owner == reinterpret_cast<HWND>(-1))
+    owner = nullptr;
+
+  if (app.hook) {
+    const int answer = app.hook(app.hookContext, owner, text, caption, style);
+    if (answer != -1) return answer;
+  }
+
+  const char *shownCaption = caption ? caption : app.caption;
+  bool installed = false;
+  // The system's critical alert is left where the system puts it.
+  if (style != (MB_SYSTEMMODAL | MB_ICONHAND) && !g_msgbox.centreHook) {
+    g_msgbox.centreHook =
+        SetWindowsHookExA(WH_CALLWNDPROC, CentreHookProc, app.instance, GetCurrentThreadId());
+    if (g_msgbox.centreHook) {
+      g_msgbox.centreCaption = shownCaption;
+      installed = true;
+    }
+  }
+  const int result = MessageBoxA(owner, text, shownCaption, style);
+  if (installed && g_msgbox.centreHook) RemoveCentreHook();
+  return result;
+}
+
 }  // namespace gv
 
-using gv::g_app;
-
 GVAPI(BOOL) GvMsgBoxSetAppData(HINSTANCE instance, HWND mainWindow, LPCSTR defaultCaption) {
-  std::memset(&g_app, 0, sizeof g_app);
-  g_app.ownerThread = GetCurrentThread();
-  g_app.instance = instance;
-  g_app.mainWindow = mainWindow;
-  if (defaultCaption) lstrcpynA(g_app.caption, defaultCaption, sizeof g_app.caption);
+  gv::MsgBoxState::App &app = gv::g_msgbox.app;
+  app = gv::MsgBoxState::App();
+  app.ownerThread = GetCurrentThread();
+  app.instance = instance;
+  app.mainWindow = mainWindow;
+  if (defaultCaption) lstrcpynA(app.caption, defaultCaption, sizeof app.caption);
   return TRUE;
 }
 
 GVAPI(BOOL) GvMsgBoxSetHook(GVMSGBOXHOOKPROC hook, DWORD context) {
   if (!gv::OnOwnerThread()) return FALSE;
-  g_app.hook = hook;
-  g_app.hookContext = context;
+  gv::g_msgbox.app.hook = hook;
+  gv::g_msgbox.app.hookContext = context;
   return TRUE;
 }
 
 GVAPI(int) GvMessageBox(HWND owner, LPCSTR text, LPCSTR caption, UINT style) {
   if (!gv::OnOwnerThread()) return 0;
-  if (owner == nullptr)
-    owner = g_app.mainWindow ? GetLastActivePopup(g_app.mainWindow) : nullptr;
-  else if (owner == reinterpret_cast<HWND>(-1))
-    owner = nullptr;
-
-  if (g_app.hook) {
-    const int answer = g_app.hook(g_app.hookContext, owner, text, caption, style);
-    if (answer != -1) return answer;
-  }
-
-  const char *shownCaption = caption ? caption : g_app.caption;
-  bool installed = false;
-  // The system's critical alert is left where the system puts it.
-  if (style != (MB_SYSTEMMODAL | MB_ICONHAND) && !gv::g_centreHook) {
-    gv::g_centreHook = SetWindowsHookExA(WH_CALLWNDPROC, gv::CentreHookProc, g_app.instance,
-                                         GetCurrentThreadId());
-    if (gv::g_centreHook) {
-      gv::g_centreCaption = shownCaption;
-      installed = true;
-    }
-  }
-  const int result = MessageBoxA(owner, text, shownCaption, style);
-  if (installed && gv::g_centreHook) gv::RemoveCentreHook();
-  return result;
+  return gv::ShowMessageBox(owner, text, caption, style);
 }
 
 GVAPIV(int) GvMsgBox(HWND owner, UINT style, LPCSTR format, ...) {

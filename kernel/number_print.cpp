@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "kernel/intl.h"
+#include "kernel/strings.h"
 #include "include/gvnumber.h"
 
 namespace {
@@ -20,7 +21,7 @@ int PrintMagnitude(ULONGLONG magnitude, char *out, BOOL commas) {
   for (ULONGLONG v = magnitude; v; v /= 10) *--p = static_cast<char>('0' + v % 10);
   const int length = static_cast<int>(scratch + sizeof scratch - 1 - p);
   std::memcpy(out, p, length + 1);
-  if (commas && magnitude >= 1000) return GvInsertCommas(out);
+  if (commas && magnitude >= 1000) return gv::InsertCommas(out);
   return length;
 }
 

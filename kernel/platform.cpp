@@ -1,6 +1,7 @@
 // Platform queries: Windows 95 family, command-line arguments, power user.
 #include <cctype>
 
+#include "kernel/frame.h"
 #include "include/gvkernel.h"
 
 namespace {
@@ -19,8 +20,9 @@ GVAPI(BOOL) GvIsWin95(void) {
   return g_isWin95;
 }
 
-GVAPI(LPSTR) GvGetCommandLine(void) {
-  char *p = GetCommandLineA();
+namespace gv {
+
+char *CommandLineTail(char *p) {
   if (*p == '"') {
     ++p;
     while (*p && *p != '"') ++p;
@@ -32,10 +34,10 @@ GVAPI(LPSTR) GvGetCommandLine(void) {
   return p;
 }
 
-GVAPI(BOOL) GvIsPowerUser(void) {
+BOOL IsPowerUser(bool win95) {
   char path[260];
   wsprintfA(path, "SOFTWARE\\Microsoft\\%s\\CurrentVersion\\~GvTestLoginPrivilege",
-            GvIsWin95() ? "Windows" : "Windows NT");
+            win95 ? "Windows" : "Windows NT");
   HKEY key;
   if (RegCreateKeyA(HKEY_LOCAL_MACHINE, path, &key) != ERROR_SUCCESS) return FALSE;
   RegDeleteKeyA(HKEY_LOCAL_MACHINE, path);
@@ -43,3 +45,9 @@ GVAPI(BOOL) GvIsPowerUser(void) {
   RegCloseKey(key);
   return TRUE;
 }
+
+}  // namespace gv
+
+GVAPI(LPSTR) GvGetCommandLine(void) { return gv::CommandLineTail(GetCommandLineA()); }
+
+GVAPI(BOOL) GvIsPowerUser(void) { return gv::IsPowerUser(GvIsWin95() != FALSE); }

@@ -1,11 +1,15 @@
 // Self-registration of in-process COM classes under HKEY_CLASSES_ROOT\CLSID.
+#include "kernel/registry.h"
+
 #include "include/gvkernel.h"
 
-GVAPI(HRESULT) GvRegisterServer(HINSTANCE module, const CLSID *clsid, LPCSTR description,
-                                BOOL doRegister) {
+namespace gv {
+
+HRESULT RegisterServer(HINSTANCE module, const CLSID &clsid, const char *description,
+                       bool doRegister) {
   WCHAR wide[256];
   char text[42];
-  if (!clsid || !StringFromGUID2(*clsid, wide, 256)) return E_FAIL;
+  if (!StringFromGUID2(clsid, wide, 256)) return E_FAIL;
   if (!WideCharToMultiByte(CP_ACP, 0, wide, -1, text, sizeof text, nullptr, nullptr))
     return E_FAIL;
 
@@ -34,9 +38,17 @@ GVAPI(HRESULT) GvRegisterServer(HINSTANCE module, const CLSID *clsid, LPCSTR des
     }
     RegCloseKey(classKey);
   } else {
-    GvRegDeleteKey(clsidRoot, text);
+    DeleteKeyTree(clsidRoot, text);
   }
   RegFlushKey(clsidRoot);
   RegCloseKey(clsidRoot);
   return S_OK;
+}
+
+}  // namespace gv
+
+GVAPI(HRESULT) GvRegisterServer(HINSTANCE module, const CLSID *clsid, LPCSTR description,
+                                BOOL doRegister) {
+  if (!clsid) return E_FAIL;
+  return gv::RegisterServer(module, *clsid, description, doRegister != FALSE);
 }

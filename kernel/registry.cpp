@@ -1,7 +1,11 @@
 // Registry helpers shared by self-registration and the settings store.
+#include "kernel/registry.h"
+
 #include "include/gvkernel.h"
 
-GVAPI(DWORD) GvRegGetSubKeyCount(HKEY parent, LPCSTR subKey, DWORD *nameBufferSize) {
+namespace gv {
+
+DWORD SubKeyCount(HKEY parent, const char *subKey, DWORD *nameBufferSize) {
   if (nameBufferSize) *nameBufferSize = 1;
   HKEY key;
   if (RegOpenKeyExA(parent, subKey, 0, KEY_READ, &key) != ERROR_SUCCESS) return 0xFFFFFFFF;
@@ -18,15 +22,12 @@ GVAPI(DWORD) GvRegGetSubKeyCount(HKEY parent, LPCSTR subKey, DWORD *nameBufferSi
   return subKeys;
 }
 
-GVAPI(LONG) GvRegDeleteKey(HKEY parent, LPCSTR subKey) {
-  // No name would open `parent` itself and empty everything below it.
-  if (!subKey || !*subKey) return ERROR_INVALID_PARAMETER;
+LONG DeleteKeyTree(HKEY parent, const char *subKey) {
   for (;;) {
-    DWORD n = GvRegGetSubKeyCount(parent, subKey, nullptr);
-    DWORD before = n;
+    const DWORD n = SubKeyCount(parent, subKey, nullptr);
     if (n != 0) {
       HKEY key;
-      LONG err = RegOpenKeyA(parent, subKey, &key);
+      const LONG err = RegOpenKeyA(parent, subKey, &key);
       if (err != ERROR_SUCCESS) return err;
       char name[260];
       // Deleting while enumerating upwards skips every second subkey; the
@@ -36,19 +37,30 @@ GVAPI(LONG) GvRegDeleteKey(HKEY parent, LPCSTR subKey) {
         if (RegEnumKeyExA(key, i, name, &size, nullptr, nullptr, nullptr, nullptr) !=
             ERROR_SUCCESS)
           break;
-        GvRegDeleteKey(key, name);
+        DeleteKeyTree(key, name);
       }
       RegFlushKey(key);
       RegCloseKey(key);
     }
-    LONG result = RegDeleteKeyA(parent, subKey);
+    const LONG result = RegDeleteKeyA(parent, subKey);
     RegFlushKey(parent);
     HKEY again;
     if (RegOpenKeyA(parent, subKey, &again) != ERROR_SUCCESS) return result;
     RegCloseKey(again);
     // A key that survives a pass without losing a subkey (access denied,
     // say) would be retried forever; report the failure instead.
-    if (result != ERROR_SUCCESS && GvRegGetSubKeyCount(parent, subKey, nullptr) >= before)
-      return result;
+    if (result != ERROR_SUCCESS && SubKeyCount(parent, subKey, nullptr) >= n) return result;
   }
+}
+
+}  // namespace gv
+
+GVAPI(DWORD) GvRegGetSubKeyCount(HKEY parent, LPCSTR subKey, DWORD *nameBufferSize) {
+  return gv::SubKeyCount(parent, subKey, nameBufferSize);
+}
+
+GVAPI(LONG) GvRegDeleteKey(HKEY parent, LPCSTR subKey) {
+  // No name would open `parent` itself and empty everything below it.
+  if (!subKey || !*subKey) return ERROR_INVALID_PARAMETER;
+  return gv::DeleteKeyTree(parent, subKey);
 }

@@ -3,14 +3,16 @@
 #include <cstring>
 
 #include "kernel/intl.h"
+#include "kernel/strings.h"
 #include "include/gvnumber.h"
 
 namespace {
 bool IsSpace(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
 }  // namespace
 
-GVAPI(int) GvInsertCommas(LPSTR text) {
-  if (!text) return 0;
+namespace gv {
+
+int InsertCommas(char *text) {
   char *p = text;
   while (IsSpace(*p)) ++p;
   while (*p == '0') ++p;
@@ -24,7 +26,7 @@ GVAPI(int) GvInsertCommas(LPSTR text) {
   *end = '\0';
 
   char *digits = *p == '-' ? p + 1 : p;
-  char *point = std::strchr(digits, gv::Separators().decimal);
+  char *point = std::strchr(digits, Separators().decimal);
   if (!point) point = end;
   const int count = static_cast<int>(point - digits);
   if (count > 3) {
@@ -35,11 +37,15 @@ GVAPI(int) GvInsertCommas(LPSTR text) {
     const char *from = point;
     for (int i = 1; from > digits; ++i) {
       *--to = *--from;
-      if (i % 3 == 0 && from > digits) *--to = gv::Separators().thousands;
+      if (i % 3 == 0 && from > digits) *--to = Separators().thousands;
     }
   }
   return static_cast<int>(std::strlen(text));
 }
+
+}  // namespace gv
+
+GVAPI(int) GvInsertCommas(LPSTR text) { return text ? gv::InsertCommas(text) : 0; }
 
 GVAPI(int) GvStripWhiteSpace(LPSTR text) {
   if (!text) return 0;

@@ -1,5 +1,6 @@
 // gvtool format / number: the token formatter and the number conversions
 // from the command line.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -99,10 +100,28 @@ std::string Unescape(const char *text) {
   return out;
 }
 
+// The formatter has no size argument, and every conversion comes out whole:
+// room for the arguments, each width and precision written in the format
+// (with room for grouping), and each token as long as the longest given.
+// 0 when that is more than this tool will try.
+size_t RoomFor(const std::string &format, size_t longestToken) {
+  unsigned long long room = 64 * 1024 + format.size() * (8 + longestToken);
+  for (size_t i = 0; i < format.size();) {
+    unsigned long long n = 0;
+    for (; i < format.size() && format[i] >= '0' && format[i] <= '9'; ++i)
+      if ((n = n * 10 + (format[i] - '0')) > (1u << 26)) return 0;
+    room += n + n / 3;
+    if (room > (1u << 28)) return 0;
+    if (!n) ++i;
+  }
+  return static_cast<size_t>(room);
+}
+
 // format [-t NAME=VALUE]... FORMAT [[TYPE:]ARG]...
 int Format(int argc, char **argv) {
   int i = 1;
   std::vector<std::string> tokens;
+  size_t longestToken = 0;
   for (; i + 1 < argc && !std::strcmp(argv[i], "-t"); i += 2) {
     const char *eq = std::strchr(argv[i + 1], '=');
     if (!eq) {
@@ -112,6 +131,7 @@ int Format(int argc, char **argv) {
     const std::string name(argv[i + 1], eq - argv[i + 1]);
     if (!GvPrintF_AddToken(name.c_str(), eq + 1)) return 1;
     tokens.push_back(name);
+    longestToken = std::max(longestToken, std::strlen(eq + 1));
   }
   if (i >= argc) {
     std::fprintf(stderr, "usage: format [-t NAME=VALUE]... FORMAT [[i|l|f|s|c:]ARG]...\n");
@@ -128,8 +148,12 @@ int Format(int argc, char **argv) {
       return 2;
     }
   }
-  // The formatter has no size argument: give it plenty of room.
-  std::vector<char> out(64 * 1024 + format.size() * 8);
+  const size_t room = RoomFor(format, longestToken);
+  if (!room) {
+    std::fprintf(stderr, "format: widths and precisions that large are not supported here\n");
+    return 2;
+  }
+  std::vector<char> out(room);
   const int length = GvVPrintF(out.data(), format.c_str(), block.List());
   std::printf("%s\n", out.data());
   std::fprintf(stderr, "(%d characters)\n", length);

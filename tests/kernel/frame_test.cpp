@@ -1,282 +1,350 @@
-// The library frame seen from a client: the version contract and its
-// message boxes, the command-line tail, and the platform queries.
+// The library frame from a client (gvkernel.h): version contract, platform
+// queries, colour hook, debug strip, registry helpers (read back directly),
+// COM server and self-registration. Refusal texts, command-line cases and
+// each family's power-user probe are checked on the internals.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "gvtalc.h"
+#include "support/cases.h"
 #include "support/msgbox_catcher.h"
 #include "support/registry_sandbox.h"
 
 namespace {
 
-// A copy of this program started with kChildOutVar set runs no test: it
-// writes a report to the file named there and exits during start-up. The
-// kind of report is chosen by kChildModeVar.
-const char kChildOutVar[] = "GVTEST_CHILD_OUT";
-const char kChildModeVar[] = "GVTEST_CHILD_MODE";
-
-// "cmdline": offset of the tail in the line, the line, a zero, the tail.
-// "win31": the version check's result, box count, caption and text.
-// "win95": GvIsWin95 and GvIsPowerUser. Both platform reports are
-// "unchanged" when the platform could not be made to pretend.
-std::string ChildReport(const std::string &mode) {
-  OSVERSIONINFOA os = {};
-  os.dwOSVersionInfoSize = sizeof os;
-  GetVersionExA(&os);
-  if (mode == "win31") {
-    if (os.dwMajorVersion >= 4) return "unchanged";
-    gvtest::MsgBoxCatcher catcher;
-    HRESULT hr = GvKernel_CheckVersion(nullptr, "Old Client", GVKERNEL_VERSION + 1, 2, 0);
-    std::string report = std::to_string(hr) + " " + std::to_string(catcher.Boxes().size());
-    for (const gvtest::CaughtBox &box : catcher.Boxes())
-      report += "\n" + box.caption + "\n" + box.text;
-    return report;
-  }
-  if (mode == "win95") {
-    if (os.dwPlatformId != VER_PLATFORM_WIN32_WINDOWS) return "unchanged";
-    return std::to_string(GvIsWin95()) + " " + std::to_string(GvIsPowerUser());
-  }
-  const char *line = GetCommandLineA(), *tail = GvGetCommandLine();
-  return std::to_string(tail - line) + "\n" + std::string(line, strlen(line) + 1) + tail;
-}
-
-const bool g_childMode = [] {
-  char path[MAX_PATH], mode[32] = "";
-  DWORD n = GetEnvironmentVariableA(kChildOutVar, path, sizeof path);
-  if (n == 0 || n >= sizeof path) return false;
-  GetEnvironmentVariableA(kChildModeVar, mode, sizeof mode);
-  std::ofstream(path, std::ios::binary) << ChildReport(mode);
-  ExitProcess(0);
-  return true;
-}();
-
-std::string ThisProgram() {
-  char exe[MAX_PATH] = "";
-  GetModuleFileNameA(nullptr, exe, sizeof exe);
-  return exe;
-}
-
-// Runs `exe` under `commandLine` in child mode `mode` and returns its report;
-// empty when it did not start, did not finish within 20 s or wrote nothing.
-std::string RunChild(const std::string &exe, std::string commandLine, const char *mode) {
-  char dir[MAX_PATH], out[MAX_PATH];
-  GetTempPathA(sizeof dir, dir);
-  if (!GetTempFileNameA(dir, "gvc", 0, out)) return "";
-  STARTUPINFOA si = {};
-  si.cb = sizeof si;
-  PROCESS_INFORMATION pi = {};
-  SetEnvironmentVariableA(kChildOutVar, out);
-  SetEnvironmentVariableA(kChildModeVar, mode);
-  BOOL started = CreateProcessA(exe.c_str(), &commandLine[0], nullptr, nullptr, FALSE, 0,
-                                nullptr, nullptr, &si, &pi);
-  SetEnvironmentVariableA(kChildOutVar, nullptr);
-  SetEnvironmentVariableA(kChildModeVar, nullptr);
-  bool finished = started && WaitForSingleObject(pi.hProcess, 20000) == WAIT_OBJECT_0;
-  if (started) {
-    CloseHandle(pi.hThread);
-    CloseHandle(pi.hProcess);
-  }
-  std::ifstream in(out, std::ios::binary);
-  std::string report((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  in.close();
-  DeleteFileA(out);
-  return finished ? report : "";
-}
-
-// Runs a copy of this program under a name of its own, which Wine's
-// per-program settings make report another Windows version.
-std::string RunAsPlatform(const char *version) {
-  std::string exe = ThisProgram(), name = std::string("gvtest_") + version + ".exe";
-  std::string copy = exe.substr(0, exe.find_last_of('\\') + 1) + name;
-  std::string settings = "Software\\Wine\\AppDefaults\\" + name;
-  HKEY key;
-  if (RegCreateKeyA(HKEY_CURRENT_USER, settings.c_str(), &key) == ERROR_SUCCESS) {
-    RegSetValueExA(key, "Version", 0, REG_SZ, reinterpret_cast<const BYTE *>(version),
-                   lstrlenA(version) + 1);
-    RegCloseKey(key);
-  }
-  std::string report;
-  if (CopyFileA(exe.c_str(), copy.c_str(), FALSE))
-    report = RunChild(copy, "\"" + copy + "\"", version);
-  RegDeleteKeyA(HKEY_CURRENT_USER, settings.c_str());
-  DeleteFileA(copy.c_str());
-  return report;
-}
-
-// ---- Version contract ---------------------------------------------------
-
-const char kTooOld[] = "The version of the Marrowbeam Kernel is too old.";
-const std::string kLongClient = std::string(120, 'n') + "0123456789" + std::string(170, 'n');
-
-// Each box costs a round trip through the window manager, so the cases
-// that show one are few and each checks several things at once.
-TEST(KernelCheckVersion, AnswersAndTellsTheUserWhy) {
+// The version check accepts without a box (its refusals and their box are
+// checked through the kernel object); the platform queries answer for this
+// process and platform.
+TEST(KernelFrame, VersionAndPlatformQueries) {
+  gvtest::MsgBoxCatcher catcher;
   EXPECT_EQ(GvKernel_GetVersion(), 0x0100000Cu);
-  EXPECT_EQ(GvKernel_GetVersion(), static_cast<DWORD>(GVKERNEL_VERSION));
-  // An empty message: no box.
-  const struct { DWORD required; int level; const char *client; bool owned; HRESULT result;
-                 std::string message; } cases[] = {
-      {0x0100000C, 1, "Test Client", false, S_OK, ""},
-      {0x00000000, 1, "Test Client", false, S_OK, ""},
-      {0x0100000B, 1, nullptr, false, S_OK, ""},
-      // Just above the kernel's version, shown over its owner window.
-      {0x0100000D, 1, "Test Client", true, E_FAIL, kTooOld},
-      // Compared unsigned: a version with the top bit set is newer, not older.
-      {0x80000000, 1, "Test Client", false, E_FAIL, kTooOld},
-      // The level is tested first; the client name is cut to 127 characters.
-      {0x0100000D, 2, kLongClient.c_str(), false, E_FAIL,
-       "The version of the Marrowbeam Kernel is incompatible with the following client:\n\n" +
-           kLongClient.substr(0, 127) + "."},
-  };
-  HWND owner = CreateWindowExA(0, "STATIC", "owner", WS_OVERLAPPED, 0, 0, 50, 50, nullptr,
-                               nullptr, nullptr, nullptr);
-  ASSERT_NE(owner, nullptr);
-  for (size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
-    const auto &c = cases[i];
-    SCOPED_TRACE(testing::Message() << "case " << i);
-    gvtest::MsgBoxCatcher catcher;
-    EXPECT_EQ(GvKernel_CheckVersion(c.owned ? owner : nullptr, c.client, c.required, c.level,
-                                    0xdeadbeef),
-              c.result);
-    ASSERT_EQ(catcher.Boxes().size(), c.message.empty() ? 0u : 1u);
-    if (c.message.empty()) continue;
-    EXPECT_EQ(catcher.Boxes()[0].caption, "Marrowbeam Kernel");
-    EXPECT_TRUE(catcher.Boxes()[0].hasIcon);
-    EXPECT_EQ(catcher.Boxes()[0].text, c.message);
-  }
-  DestroyWindow(owner);
-}
-
-TEST(KernelCheckVersion, RefusesPlatformsBeforeWindows95BeforeAnythingElse) {
-  std::string report = RunAsPlatform("win31");
-  ASSERT_FALSE(report.empty());
-  if (report == "unchanged") GTEST_SKIP() << "the platform version could not be changed";
-  EXPECT_EQ(report, std::to_string(E_FAIL) + " 1\nMarrowbeam Kernel\n"
-                    "This product requires Windows 95 or Windows NT 4.0 or later.");
-}
-
-// ---- Command line -------------------------------------------------------
-
-TEST(CommandLineTail, SkipsTheProgramNameAndTheWhiteSpaceAfterIt) {
-  const struct { const char *line, *tail; } cases[] = {
-      // Quoted name with blanks, three blanks, then the argument.
-      {"\"C:\\Program Files\\Gv Test\\client app.exe\"   -x", "-x"},
-      {"client.exe", ""},  // only an unquoted name: the tail is the terminating zero
-      // Tabs and blanks after the name are skipped; blanks at the end are kept.
-      {"client.exe\t \targ1  arg2 ", "arg1  arg2 "},
-      {"\"client.exe\"-q", "-q"},  // a closing quote ends the name, white space or not
-      {"\"C:\\no end\\client.exe -x", ""},  // a quote that never closes: all name
-      {"client\"x y\" z", "y\" z"},  // unquoted names end at white space, quotes or not
-  };
-  for (const auto &c : cases) {
-    SCOPED_TRACE(c.line);
-    std::string line(c.line, strlen(c.line) + 1);
-    EXPECT_EQ(RunChild(ThisProgram(), c.line, "cmdline"),
-              std::to_string(strlen(c.line) - strlen(c.tail)) + "\n" + line + c.tail);
-  }
-  // In this process: a stable pointer into the process command line.
+  EXPECT_EQ(GvKernel_CheckVersion(nullptr, "Test Client", GVKERNEL_VERSION, 1, 0), S_OK);
+  EXPECT_EQ(GvKernel_CheckVersion(nullptr, nullptr, 0, 1, 0), S_OK);
+  EXPECT_TRUE(catcher.Boxes().empty());
+  // A stable pointer into the process command line.
   const char *line = GetCommandLineA(), *tail = GvGetCommandLine();
-  ASSERT_NE(tail, nullptr);
-  EXPECT_TRUE(tail >= line && tail <= line + strlen(line));
+  EXPECT_TRUE(tail > line && tail <= line + std::strlen(line));
   EXPECT_EQ(GvGetCommandLine(), tail);
-}
-
-// ---- Platform queries ---------------------------------------------------
-
-const char kProbeNt[] = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\~GvTestLoginPrivilege";
-const char kProbe95[] = "SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\~GvTestLoginPrivilege";
-
-// Both probe keys present (true) or absent (false), so that the one
-// GvIsPowerUser uses shows by its absence afterwards.
-bool SetProbeKeys(bool present) {
-  for (const char *path : {kProbeNt, kProbe95}) {
-    HKEY key;
-    if (!present) RegDeleteKeyA(HKEY_LOCAL_MACHINE, path);
-    else if (RegCreateKeyA(HKEY_LOCAL_MACHINE, path, &key) != ERROR_SUCCESS) return false;
-    else RegCloseKey(key);
-  }
-  return true;
-}
-
-TEST(PlatformQueries, MatchThePlatformAndProbeUnderTheKeyOfItsFamily) {
   OSVERSIONINFOA os = {};
   os.dwOSVersionInfoSize = sizeof os;
   ASSERT_TRUE(GetVersionExA(&os));
-  BOOL win95 = os.dwPlatformId == VER_PLATFORM_WIN32_WINDOWS;
-  EXPECT_EQ(GvIsWin95(), win95);
-  EXPECT_EQ(GvIsWin95(), win95);
-  bool canWrite = SetProbeKeys(true);
+  EXPECT_EQ(GvIsWin95(), os.dwPlatformId == VER_PLATFORM_WIN32_WINDOWS ? TRUE : FALSE);
+  // Whether a key can be made under HKEY_LOCAL_MACHINE (the probe itself,
+  // for each family, is checked on the internals).
+  HKEY key;
+  const bool canWrite = RegCreateKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\GvTestProbe", &key) == 0;
+  if (canWrite) RegCloseKey(key), RegDeleteKeyA(HKEY_LOCAL_MACHINE, "SOFTWARE\\GvTestProbe");
   EXPECT_EQ(GvIsPowerUser(), canWrite ? TRUE : FALSE);
-  EXPECT_FALSE(gvtest::KeyExists(HKEY_LOCAL_MACHINE, win95 ? kProbe95 : kProbeNt))
-      << "the probe key was left behind";
-  EXPECT_EQ(gvtest::KeyExists(HKEY_LOCAL_MACHINE, win95 ? kProbeNt : kProbe95), canWrite)
-      << "the other family's key was touched";
-  SetProbeKeys(false);
-  if (win95 || !canWrite) GTEST_SKIP() << "needs an NT-family power user";
-
-  ASSERT_TRUE(SetProbeKeys(true));
-  std::string report = RunAsPlatform("win95");
-  bool ntLeft = gvtest::KeyExists(HKEY_LOCAL_MACHINE, kProbeNt);
-  bool win95Left = gvtest::KeyExists(HKEY_LOCAL_MACHINE, kProbe95);
-  SetProbeKeys(false);
-  ASSERT_FALSE(report.empty());
-  if (report == "unchanged") GTEST_SKIP() << "the platform family could not be changed";
-  EXPECT_EQ(report, "1 1");
-  EXPECT_TRUE(ntLeft);
-  EXPECT_FALSE(win95Left);
 }
 
-// ---- System colours and debug text ------------------------------------------
-
-TEST(UserPrefChanges, PassesEveryMessageOnToTheDefaultProcedure) {
+// The colour hook passes every message on to the default procedure; the
+// debug strip writes, wraps and takes a null text, returning what releasing
+// the screen context gives.
+TEST(KernelFrame, ColourHookAndDebugStrip) {
   HWND window = CreateWindowExA(0, "STATIC", "four", WS_OVERLAPPED, 0, 0, 50, 50, nullptr,
                                 nullptr, nullptr, nullptr);
   ASSERT_NE(window, nullptr);
   EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_GETTEXTLENGTH, 0, 0), 4);
-  char text[8] = "";
-  EXPECT_EQ(
-      GvKernel_UserPrefChanges(window, WM_GETTEXT, sizeof text, reinterpret_cast<LPARAM>(text)), 4);
-  EXPECT_STREQ(text, "four");
   EXPECT_EQ(GvKernel_UserPrefChanges(window, WM_SYSCOLORCHANGE, 0, 0),
             DefWindowProcA(window, WM_SYSCOLORCHANGE, 0, 0));
   DestroyWindow(window);
-}
-
-TEST(DebugString, DrawsAGreyFramedStripAlongTheBottomOfTheScreen) {
-  RECT desktop;
-  GetClientRect(GetDesktopWindow(), &desktop);
-  const int w = desktop.right, h = desktop.bottom;
-  // A white background, so that the frame shows.
-  HDC screen = GetDC(nullptr);
-  PatBlt(screen, 0, h - 100, w, 100, WHITENESS);
-  ReleaseDC(nullptr, screen);
-
-  // The strip is set up on the first call: from (1, h - 70) to (w - 80, h),
-  // framed one pixel outside, text inside it one pixel in.
   EXPECT_EQ(GvDebugString("first", FALSE), 1);
-  EXPECT_EQ(GvDebugString(" line", TRUE), 1);
   for (int i = 0; i < 20; ++i) EXPECT_EQ(GvDebugString("wrapping around the strip", TRUE), 1);
   EXPECT_EQ(GvDebugString(nullptr, TRUE), 1);
+}
 
-  const struct { int x, y; COLORREF colour; } probes[] = {
-      {w / 2, h - 71, RGB(0, 0, 0)},         // top of the frame
-      {0, h - 30, RGB(0, 0, 0)},             // left edge of the frame
-      {w - 80, h - 30, RGB(0, 0, 0)},        // right edge of the frame
-      {w - 82, h - 2, RGB(192, 192, 192)},   // inside, never written
-      {w / 2, h - 72, RGB(255, 255, 255)},   // above the frame
-      {w - 79, h - 30, RGB(255, 255, 255)},  // right of the frame
-  };
-  screen = GetDC(nullptr);
-  for (const auto &p : probes) {
-    COLORREF got = GetPixel(screen, p.x, p.y);
-    if (got == CLR_INVALID) continue;  // a screen that cannot be read back
-    EXPECT_EQ(got, p.colour) << "pixel " << p.x << "," << p.y;
+// A key of its own per test under HKEY_CURRENT_USER\Software\GvTest.
+class RegistryHelpers : public testing::Test {
+ protected:
+  void SetUp() override {
+    root_ = "Software\\GvTest\\Registry_" + std::to_string(GetCurrentProcessId()) + "_" +
+            testing::UnitTest::GetInstance()->current_test_info()->name();
+    gvtest::DeleteTree(HKEY_CURRENT_USER, root_);
+    ASSERT_TRUE(Create(""));
+    ASSERT_EQ(RegOpenKeyA(HKEY_CURRENT_USER, root_.c_str(), &open_), ERROR_SUCCESS);
   }
-  ReleaseDC(nullptr, screen);
+  void TearDown() override {
+    RegCloseKey(open_);
+    gvtest::DeleteTree(HKEY_CURRENT_USER, root_);
+  }
+  // Makes root_ + below, with a value "v" when one is given.
+  bool Create(const std::string &below, const char *value = nullptr) {
+    HKEY key;
+    if (RegCreateKeyA(HKEY_CURRENT_USER, (root_ + below).c_str(), &key) != ERROR_SUCCESS)
+      return false;
+    if (value)
+      RegSetValueExA(key, "v", 0, REG_SZ, reinterpret_cast<const BYTE *>(value),
+                     lstrlenA(value) + 1);
+    return RegCloseKey(key) == ERROR_SUCCESS;
+  }
+  DWORD Count(const std::string &below, DWORD *size = nullptr) {
+    return GvRegGetSubKeyCount(HKEY_CURRENT_USER, (root_ + below).c_str(), size);
+  }
+  std::string root_;
+  HKEY open_ = nullptr;  // root_, opened
+};
+
+TEST_F(RegistryHelpers, SubKeyCountAndDeleteKey) {
+  const struct { std::vector<std::string> children; DWORD count, bufferSize; } cases[] = {
+      {{}, 0, 1}, {{"a"}, 1, 2}, {{"a", "bbbbb", "cc"}, 3, 6},
+      {{std::string(120, 'k'), "x"}, 2, 121}};
+  FOR_EACH_CASE(cases) {
+    const std::string parent = "\\case" + std::to_string(i);
+    ASSERT_TRUE(Create(parent, "not a subkey"));
+    for (const std::string &child : c.children) ASSERT_TRUE(Create(parent + "\\" + child));
+    DWORD size = 0xdeadbeef;
+    EXPECT_EQ(Count(parent, &size), c.count);
+    EXPECT_EQ(size, c.bufferSize);
+    EXPECT_EQ(Count(parent), c.count);
+  }
+  DWORD size = 0;
+  EXPECT_EQ(GvRegGetSubKeyCount(open_, "case2", &size), 3u) << "relative to an open key";
+  EXPECT_EQ(size, 6u);
+  // A missing key: all ones, with a buffer size of one.
+  size = 0xdeadbeef;
+  EXPECT_EQ(Count("\\missing", &size), 0xFFFFFFFFu);
+  EXPECT_EQ(size, 1u);
+  EXPECT_EQ(Count("\\missing"), 0xFFFFFFFFu);
+  // Deletion removes whole trees and nothing else.
+  ASSERT_TRUE(Create("\\keep\\child", "kept"));
+  // 40 siblings, each with 3 children of 2 grandchildren, values everywhere:
+  // deleting by upward index leaves every second sibling for a later pass.
+  for (int s = 0; s < 40; ++s)
+    for (int j = 0; j < 6; ++j)
+      ASSERT_TRUE(Create("\\target\\s" + std::to_string(s) + "\\c" + std::to_string(j / 2) +
+                             "\\g" + std::to_string(j % 2), "v"));
+  ASSERT_EQ(Count("\\target"), 40u);
+  std::string chain = "\\chain";
+  for (int level = 0; level < 16; ++level) chain += "\\L" + std::to_string(level);
+  ASSERT_TRUE(Create(chain, "deep") && Create("\\leaf", "leaf"));
+  ASSERT_TRUE(Create("\\rel\\a\\b") && Create("\\rel\\c"));
+  for (const char *tree : {"\\target", "\\chain", "\\leaf"})
+    EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + tree).c_str()), ERROR_SUCCESS) << tree;
+  EXPECT_EQ(GvRegDeleteKey(open_, "rel"), ERROR_SUCCESS);
+  for (const char *gone : {"\\target", "\\target\\s1", "\\chain", "\\leaf", "\\rel"})
+    EXPECT_FALSE(gvtest::KeyExists(HKEY_CURRENT_USER, root_ + gone)) << gone;
+  std::string kept;
+  EXPECT_TRUE(gvtest::ReadString(HKEY_CURRENT_USER, root_ + "\\keep\\child", "v", &kept));
+  EXPECT_EQ(kept, "kept");
+  EXPECT_EQ(Count(""), 5u) << "left: keep and the four count cases";
+  // Refusals touch nothing; naming no subkey must not mean "everything below the open key".
+  EXPECT_EQ(GvRegDeleteKey(HKEY_CURRENT_USER, (root_ + "\\missing").c_str()), ERROR_FILE_NOT_FOUND);
+  EXPECT_EQ(GvRegDeleteKey(open_, nullptr), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(GvRegDeleteKey(open_, ""), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(Count(""), 5u);
+}
+
+const CLSID kClsidTalc = GV_CLSID_TALC_INIT;
+const IID kIidKernel = GV_IID_IGVKERNEL_INIT, kIidGraph = GV_IID_IGVGRAPHBUILDER_INIT;
+void *const kSentinel = reinterpret_cast<void *>(0xdeadbeef);
+
+// "CLSID\{...}", the key a class is registered under.
+std::string ClassKey(const CLSID &clsid) {
+  WCHAR wide[64];
+  char text[64];
+  StringFromGUID2(clsid, wide, 64);
+  WideCharToMultiByte(CP_ACP, 0, wide, -1, text, sizeof text, nullptr, nullptr);
+  return std::string("CLSID\\") + text;
+}
+
+std::string ModulePath(HMODULE module) {
+  char path[MAX_PATH] = "";
+  GetModuleFileNameA(module, path, sizeof path);
+  return path;
+}
+
+// The COM entry points are exported by name only, as COM finds them.
+class ComServer : public testing::Test {
+ protected:
+  template <typename Fn>
+  Fn Proc(const char *name) const {
+    return reinterpret_cast<Fn>(reinterpret_cast<void *>(GetProcAddress(dll_, name)));
+  }
+  void SetUp() override {
+    ASSERT_NE(dll_ = GetModuleHandleA("GVTALC.dll"), nullptr);
+    getClassObject_ = Proc<HRESULT(WINAPI *)(REFCLSID, REFIID, void **)>("DllGetClassObject");
+    canUnloadNow_ = Proc<HRESULT(WINAPI *)()>("DllCanUnloadNow");
+    ASSERT_TRUE(getClassObject_ && canUnloadNow_);
+    ASSERT_EQ(canUnloadNow_(), S_OK) << "an earlier test left something alive";
+  }
+  void TearDown() override { EXPECT_EQ(canUnloadNow_(), S_OK) << "this test left something alive"; }
+  IClassFactory *Factory() {
+    void *p = nullptr;
+    EXPECT_EQ(getClassObject_(kClsidTalc, IID_IClassFactory, &p), S_OK);
+    return static_cast<IClassFactory *>(p);
+  }
+  HMODULE dll_ = nullptr;
+  HRESULT(WINAPI *getClassObject_)(REFCLSID, REFIID, void **) = nullptr;
+  HRESULT(WINAPI *canUnloadNow_)() = nullptr;
+};
+
+// What `object` answers: itself for each of `own`, E_NOINTERFACE and null
+// for `other`, E_INVALIDARG without a result slot.
+void ExpectAnswers(IUnknown *object, std::initializer_list<const IID *> own, const IID &other) {
+  void *p = nullptr;
+  for (const IID *iid : own) {
+    EXPECT_EQ(object->QueryInterface(*iid, &p), S_OK);
+    EXPECT_EQ(p, object);
+    object->Release();
+  }
+  p = kSentinel;
+  EXPECT_EQ(object->QueryInterface(other, &p), E_NOINTERFACE);
+  EXPECT_EQ(p, nullptr);
+  EXPECT_EQ(object->QueryInterface(IID_IUnknown, nullptr), E_INVALIDARG);
+}
+
+// An outer object for aggregation; the kernel object keeps it but never calls it.
+class Outer : public IUnknown {
+ public:
+  STDMETHODIMP QueryInterface(REFIID, void **result) override {
+    return ++calls, *result = nullptr, E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override { return ++calls, 2; }
+  STDMETHODIMP_(ULONG) Release() override { return ++calls, 1; }
+  int calls = 0;
+};
+
+TEST_F(ComServer, ClassObjectFactoryLocksAndKernelObject) {
+  const CLSID other = {0x12345678, 0x1234, 0x1234, {1, 2, 3, 4, 5, 6, 7, 8}};
+  const struct { const CLSID *clsid; const IID *iid; HRESULT result; } cases[] = {
+      {&kClsidTalc, &IID_IClassFactory, S_OK}, {&kClsidTalc, &IID_IUnknown, S_OK},
+      {&kClsidTalc, &kIidKernel, E_NOINTERFACE}, {&kClsidTalc, &IID_IStream, E_NOINTERFACE},
+      {&other, &IID_IClassFactory, E_FAIL},    {&kIidKernel, &IID_IClassFactory, E_FAIL},
+  };
+  FOR_EACH_CASE(cases) {
+    void *p = kSentinel;
+    EXPECT_EQ(getClassObject_(*c.clsid, *c.iid, &p), c.result);
+    if (c.result == S_OK) {
+      EXPECT_EQ(static_cast<IUnknown *>(p)->Release(), 0u);
+    } else if (c.result == E_NOINTERFACE) {
+      EXPECT_EQ(p, nullptr);
+    }
+  }
+  EXPECT_EQ(getClassObject_(kClsidTalc, IID_IClassFactory, nullptr), E_INVALIDARG);
+  // Each factory is new, counts exactly and refuses what it cannot make.
+  IClassFactory *f = Factory(), *g = Factory();
+  ASSERT_TRUE(f && g && f != g);
+  EXPECT_EQ(g->Release(), 0u);
+  EXPECT_EQ(canUnloadNow_(), S_OK) << "a factory does not hold the server";
+  for (ULONG count : {2u, 3u}) EXPECT_EQ(f->AddRef(), count);
+  for (ULONG count : {2u, 1u}) EXPECT_EQ(f->Release(), count);
+  ExpectAnswers(f, {&IID_IClassFactory, &IID_IUnknown}, kIidKernel);
+  void *p;
+  Outer outer;
+  const struct { IUnknown *outer; const IID *iid; HRESULT result; } refusals[] = {
+      {&outer, &kIidKernel, CLASS_E_NOAGGREGATION}, {nullptr, &IID_IStream, E_NOINTERFACE},
+      {nullptr, &IID_IClassFactory, E_NOINTERFACE}};
+  FOR_EACH_CASE(refusals) {
+    p = kSentinel;
+    EXPECT_EQ(f->CreateInstance(c.outer, *c.iid, &p), c.result);
+    EXPECT_EQ(p, nullptr);
+  }
+  EXPECT_EQ(f->CreateInstance(nullptr, kIidKernel, nullptr), E_INVALIDARG);
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+  // A lock holds the server until unlocked, whatever becomes of the factory.
+  EXPECT_EQ(f->LockServer(TRUE), S_OK);
+  EXPECT_EQ(f->Release(), 0u);
+  EXPECT_EQ(canUnloadNow_(), S_FALSE);
+  f = Factory();
+  for (BOOL lock : {TRUE, FALSE, FALSE}) {
+    EXPECT_EQ(canUnloadNow_(), S_FALSE);
+    EXPECT_EQ(f->LockServer(lock), S_OK);
+  }
+  EXPECT_EQ(canUnloadNow_(), S_OK);
+  Proc<void(WINAPI *)()>("DllCanUnloadNowDone")();  // changes nothing
+  // For IUnknown and IGVKernel, and aggregated for IUnknown: the kernel
+  // object, not the graph builder, holding the server while it lives and
+  // making the version check of the export, which tells the user why it
+  // refuses.
+  gvtest::MsgBoxCatcher catcher;
+  const struct { IUnknown *outer; const IID *iid; } asks[] = {
+      {nullptr, &IID_IUnknown}, {nullptr, &kIidKernel}, {&outer, &IID_IUnknown}};
+  FOR_EACH_CASE(asks) {
+    p = nullptr;
+    ASSERT_EQ(f->CreateInstance(c.outer, *c.iid, &p), S_OK);
+    auto *k = static_cast<IGVKernel *>(p);
+    ExpectAnswers(k, {&IID_IUnknown, &kIidKernel}, kIidGraph);
+    EXPECT_EQ(k->GetVersion(), 0x0100000Cu);
+    EXPECT_EQ(k->CheckVersion(nullptr, "Co", 0x0100000C, 1, 0), S_OK);
+    EXPECT_EQ(k->CheckVersion(nullptr, "Co", 0x0100000D, 1, 0), E_FAIL);  // a box, answered
+    EXPECT_EQ(k->AddRef(), 2u);
+    EXPECT_EQ(k->Release(), 1u);
+    EXPECT_EQ(canUnloadNow_(), S_FALSE) << "a live kernel object holds the server";
+    EXPECT_EQ(k->Release(), 0u);
+  }
+  EXPECT_EQ(outer.calls, 0) << "the outer unknown is stored, not used";
+  ASSERT_EQ(catcher.Boxes().size(), 3u);
+  EXPECT_EQ(catcher.Boxes()[2].caption, "Marrowbeam Kernel");
+  EXPECT_TRUE(catcher.Boxes()[2].hasIcon);
+  EXPECT_EQ(catcher.Boxes()[2].text, "The version of the Marrowbeam Kernel is too old.");
+  EXPECT_EQ(f->Release(), 0u);
+}
+
+// "description|server path|threading model" of a class as stored, the model
+// with its terminator and "?" when it is not REG_SZ; "" when there is no key.
+std::string Registration(const CLSID &clsid) {
+  const std::string key = ClassKey(clsid), server = key + "\\InProcServer32";
+  std::string text, path;
+  DWORD type = 0;
+  std::vector<BYTE> model;
+  if (!gvtest::KeyExists(HKEY_CLASSES_ROOT, key)) return "";
+  gvtest::ReadString(HKEY_CLASSES_ROOT, key, "", &text);
+  gvtest::ReadString(HKEY_CLASSES_ROOT, server, "", &path);
+  gvtest::ReadValue(HKEY_CLASSES_ROOT, server, "ThreadingModel", &type, &model);
+  return text + "|" + path + "|" + std::string(model.begin(), model.end()) +
+         (type == REG_SZ ? "" : "?");
+}
+
+const std::string kBoth("Both", 5);
+
+TEST_F(ComServer, LoadingRegsvr32AndRegisterServerRegisterTheClass) {
+  const std::string dll = ModulePath(dll_), registered = "Marrowbeam TALC|" + dll + "|" + kBoth;
+  const auto reg = Proc<HRESULT(WINAPI *)()>("DllRegisterServer");
+  const auto unreg = Proc<HRESULT(WINAPI *)()>("DllUnregisterServer");
+  ASSERT_TRUE(reg && unreg);
+  const struct { std::function<long()> act; std::string registration; } steps[] = {
+      {[] { return 0L; }, registered}, {unreg, ""}, {reg, registered},  // loading registered it
+      // As installers do.
+      {[&] { return std::system(("regsvr32.exe /s /u \"" + dll + "\"").c_str()); }, ""},
+      {[&] { return std::system(("regsvr32.exe /s \"" + dll + "\"").c_str()); }, registered},
+  };
+  FOR_EACH_CASE(steps) {
+    EXPECT_EQ(c.act(), 0);
+    EXPECT_EQ(Registration(kClsidTalc), c.registration);
+  }
+  // Every load registers again: a copy of the library, loaded, names itself.
+  const std::string copy = dll.substr(0, dll.find_last_of('\\') + 1) + "GVTALC_copy.dll";
+  ASSERT_TRUE(CopyFileA(dll.c_str(), copy.c_str(), FALSE));
+  HMODULE second = LoadLibraryA(copy.c_str());
+  EXPECT_NE(second, nullptr);
+  EXPECT_EQ(Registration(kClsidTalc), "Marrowbeam TALC|" + copy + "|" + kBoth);
+  if (second) FreeLibrary(second);
+  DeleteFileA(copy.c_str());
+  EXPECT_EQ(reg(), S_OK);  // leave the class registered for this library
+  EXPECT_EQ(Registration(kClsidTalc), registered);
+}
+
+TEST_F(ComServer, RegisterServerServesClientClassesToo) {
+  EXPECT_EQ(GvRegisterServer(dll_, nullptr, "x", TRUE), E_FAIL);
+  const CLSID mine = {0x0BADF00D, 0x1111, 0x2222, {0x33, 0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA}};
+  HMODULE exe = GetModuleHandleA(nullptr);
+  ASSERT_EQ(GvRegisterServer(exe, &mine, "Client Class", TRUE), S_OK);
+  EXPECT_EQ(Registration(mine), "Client Class|" + ModulePath(exe) + "|" + kBoth);
+  EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK);
+  EXPECT_EQ(Registration(mine), "");
+  EXPECT_NE(Registration(kClsidTalc), "");
+  EXPECT_EQ(GvRegisterServer(exe, &mine, "Client Class", FALSE), S_OK) << "nothing to remove";
+  // Registering again over an old entry replaces its texts.
+  ASSERT_EQ(GvRegisterServer(exe, &mine, "Old Name", TRUE), S_OK);
+  ASSERT_EQ(GvRegisterServer(dll_, &mine, "New Name", TRUE), S_OK);
+  EXPECT_EQ(Registration(mine), "New Name|" + ModulePath(dll_) + "|" + kBoth);
+  EXPECT_EQ(GvRegisterServer(exe, &mine, nullptr, FALSE), S_OK);
+  EXPECT_EQ(Registration(mine), "");
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Answers every message box the library shows on this thread, recording
-// its caption and text, so no test can hang on one.
+// its caption, text and where it stood, so no test can hang on one.
 #pragma once
 
 #include <windows.h>
@@ -10,9 +10,11 @@
 namespace gvtest {
 
 struct CaughtBox {
+  HWND window = nullptr;  // null once it has closed
   std::string caption;
   std::string text;
   bool hasIcon = false;  // an icon static (id 0x440) was present
+  RECT rect = {};        // its place on screen when it closed
 };
 
 class MsgBoxCatcher {
