@@ -180,17 +180,27 @@ void WINAPI FindFloatPeaks(int nChannels, int, const void *pData, int nFrames,
     return;
   }
   const __m128 absMask = _mm_castsi128_ps(_mm_set1_epi32(0x7FFFFFFF)), one = _mm_set1_ps(1.0f);
-  __m128 vmax = _mm_setzero_ps(), vclip = _mm_setzero_ps();
-  const size_t bulk = total & ~size_t(3);
-  for (size_t i = 0; i < bulk; i += 4) {
+  // Four independent accumulators keep the max chains from waiting on each
+  // other; lane l of each still holds channel l % nChannels.
+  __m128 vmax[4], vclip[4];
+  for (int j = 0; j < 4; ++j) vmax[j] = vclip[j] = _mm_setzero_ps();
+  const size_t bulk = total & ~size_t(15), quad = total & ~size_t(3);
+  auto step = [&](int j, size_t i) {
     __m128 a = _mm_and_ps(_mm_loadu_ps(d + i), absMask);
     a = _mm_and_ps(a, _mm_cmpord_ps(a, a));
-    vmax = _mm_max_ps(vmax, a);
-    vclip = _mm_or_ps(vclip, _mm_cmpgt_ps(a, one));
+    vmax[j] = _mm_max_ps(vmax[j], a);
+    vclip[j] = _mm_or_ps(vclip[j], _mm_cmpgt_ps(a, one));
+  };
+  for (size_t i = 0; i < bulk; i += 16)
+    for (int j = 0; j < 4; ++j) step(j, i + 4 * j);
+  for (size_t i = bulk; i < quad; i += 4) step(0, i);
+  for (int j = 1; j < 4; ++j) {
+    vmax[0] = _mm_max_ps(vmax[0], vmax[j]);
+    vclip[0] = _mm_or_ps(vclip[0], vclip[j]);
   }
   alignas(16) float lm[4], lc[4];
-  _mm_store_ps(lm, vmax);
-  _mm_store_ps(lc, vclip);
+  _mm_store_ps(lm, vmax[0]);
+  _mm_store_ps(lc, vclip[0]);
   for (int c = 0; c < nChannels; ++c) {
     float m = 0;
     bool clipped = false;
@@ -200,7 +210,7 @@ void WINAPI FindFloatPeaks(int nChannels, int, const void *pData, int nFrames,
       std::memcpy(&bits, &lc[l], 4);
       clipped |= bits != 0;
     }
-    for (size_t i = bulk + c; i < total; i += nChannels) {
+    for (size_t i = quad + c; i < total; i += nChannels) {
       float a = std::fabs(d[i]);
       if (a >= m) m = a;
       clipped |= a > 1.0f;
