@@ -8,6 +8,7 @@ need=()
 command -v cmake >/dev/null 2>&1 || need+=(cmake)
 command -v i686-w64-mingw32-g++-posix >/dev/null 2>&1 || need+=(g++-mingw-w64-i686 binutils-mingw-w64-i686)
 [ -f /usr/src/googletest/CMakeLists.txt ] || need+=(googletest)
+[ -f /usr/include/CLI/CLI.hpp ] || need+=(libcli11-dev)
 command -v xvfb-run >/dev/null 2>&1 || need+=(xvfb xauth)
 have_wine=1
 { command -v wine >/dev/null 2>&1 && dpkg -s wine32:i386 >/dev/null 2>&1; } || have_wine=0
