@@ -187,21 +187,25 @@ int RunConvert() {
 
 gvtool::Runner Setup(CLI::App &cmd) {
   cmd.footer(
-      "Samples are read as 32-bit float, scaled by the gain, mixed or spread, and written in "
-      "the output format (integer outputs are clipped to full scale). -c 1 sums the channels "
-      "(it does not average them: lower the gain to keep headroom); -c 2 on a mono file copies "
-      "it to both channels. Unset -b and -e follow the input. OUT appears only when complete; "
-      "damaged (truncated) input is refused. For headerless data see convert-raw.");
+      "Samples are read as 32-bit float, scaled by the gain, mixed or spread, and\n"
+      "written in the output format (integer outputs are clipped to full scale).\n"
+      "-c 1 sums the channels (it does not average them: lower the gain to keep\n"
+      "headroom); -c 2 copies a mono file to both channels. Unset -b and -e follow\n"
+      "the input. OUT appears only when complete; damaged (truncated) input is\n"
+      "refused. For headerless sample data see convert-raw.");
   cmd.add_option("IN", args.in, "WAVE file to read")->required();
   cmd.add_option("OUT", args.out, "WAVE file to write (replaced when complete)")->required();
   cmd.add_option("-b,--bits", args.bits, "Bits per sample: 8, 16, 24 or 32")
+      ->check(CLI::Number)
       ->check(CLI::IsMember({8, 16, 24, 32}));
   cmd.add_option("-e,--encoding", args.encoding, "signed, unsigned (8-bit only) or float (32-bit)")
       ->check(CLI::IsMember({"signed", "unsigned", "float"}));
   cmd.add_option("-c,--channels", args.channels, "Channels of the output: 1 or 2")
+      ->check(CLI::Number)
       ->check(CLI::IsMember({1, 2}));
-  cmd.add_option("--gain", args.gainDb, "Gain in dB, applied to the float samples (default 0)")
-      ->check(CLI::Number)->check(CLI::Range(-200.0, 200.0));
+  cmd.add_option("--gain", args.gainDb, "Gain in dB, -200 to 200, applied to the float samples (default 0)")
+      ->check(CLI::Number)->check(CLI::Range(-200.0, 200.0))
+      ->option_text("DB");
   cmd.add_flag("--progress", args.progress, "Show progress on stderr (shown anyway on a "
                                             "terminal after a second)");
   return RunConvert;

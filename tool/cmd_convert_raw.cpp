@@ -106,16 +106,20 @@ int RunConvertRaw() {
 
 gvtool::Runner SetupConvertRaw(CLI::App &cmd) {
   cmd.footer(std::string("Formats: ") + kFormatNames +
-             ". The files have no header: use 'convert' for WAVE files.");
+             ".\nThe files have no header: use 'convert' for WAVE files.");
   cmd.add_option("IN", raw.in, "Headerless input samples")->required();
   cmd.add_option("OUT", raw.out, "Output samples (replaced)")->required();
   cmd.add_option("-f,--from", raw.from, "Sample format of IN")->required();
   cmd.add_option("-t,--to", raw.to, "Sample format of OUT")->required();
-  cmd.add_option("--gain", raw.gainDb, "Gain in dB (default 0)")->check(CLI::Number)->check(CLI::Range(-200.0, 200.0));
-  cmd.add_option("-c,--channels", raw.channels, "Interleaved channels (default 1)")
-      ->check(CLI::Number)->check(CLI::Range(1, 64));
+  cmd.add_option("--gain", raw.gainDb, "Gain in dB, -200 to 200 (default 0)")
+      ->check(CLI::Number)->check(CLI::Range(-200.0, 200.0))
+      ->option_text("DB");
+  cmd.add_option("-c,--channels", raw.channels, "Interleaved channels, 1 to 64 (default 1)")
+      ->check(CLI::Number)->check(CLI::Range(1, 64))
+      ->option_text("N");
   cmd.add_option("-r,--rate", raw.rate, "Sample rate in Hz, for the text only (default 44100)")
-      ->check(CLI::Number)->check(CLI::Range(1, 1000000));
+      ->check(CLI::Number)->check(CLI::Range(1, 1000000))
+      ->option_text("HZ");
   return RunConvertRaw;
 }
 

@@ -181,8 +181,10 @@ int RunNumber() {
 gvtool::Runner SetupNumber(CLI::App &cmd) {
   cmd.add_option("TEXT", num.text, "The text to parse (any text: it shows where parsing stops)")
       ->required();
-  cmd.add_option("DECIMALS", num.decimals, "Decimals of the real and dB lines")
-      ->check(CLI::Number)->check(CLI::Range(0, 15));
+  cmd.add_option("DECIMALS", num.decimals, "Decimals of the real and dB lines, 0 to 15 (default 2)")
+      ->check(CLI::Number)
+      ->check(CLI::Range(0, 15))
+      ->option_text(" ");
   return RunNumber;
 }
 

@@ -153,13 +153,15 @@ int RunInfo() {
 }
 
 gvtool::Runner Setup(CLI::App &cmd) {
-  cmd.footer("A channel clipped when RUN full-scale samples follow each other (for float data: "
-             "|x| >= 1.0); its frame is then the one before the run. Exit 1 when any file "
-             "could not be read, is not a PCM WAVE file or is damaged; the others are shown.");
+  cmd.footer("A channel clipped when RUN full-scale samples follow each other (for float\n"
+             "data: |x| >= 1.0); its frame is then the one before the run. Exit 1 when any\n"
+             "file could not be read, is not a PCM WAVE file or is damaged (the others are\n"
+             "still shown). A data size left unset by a program writing to a pipe is fine.");
   cmd.add_option("FILE", args.files, "WAVE files")->required();
   cmd.add_option("--clip-run", args.clipRun, "Full-scale samples in a row that count as a clip "
-                                             "(default 3)")
-      ->check(CLI::Number)->check(CLI::Range(1, 1000));
+                                             "(1 to 1000, default 3)")
+      ->check(CLI::Number)->check(CLI::Range(1, 1000))
+      ->option_text("RUN");
   cmd.add_flag("--progress", args.progress, "Show progress on stderr (shown anyway on a "
                                             "terminal after a second)");
   return RunInfo;

@@ -91,10 +91,12 @@ gvtool::Runner SetupTone(CLI::App &cmd) {
   cmd.add_option("FILE", tone.path, "Output; a name ending in .wav gets a WAVE file, others raw "
                                     "16-bit stereo samples")
       ->required();
-  cmd.add_option("-s,--seconds", tone.seconds, "Length in seconds (default 1)")
-      ->check(CLI::Number)->check(CLI::Range(0.001, 600.0));
-  cmd.add_option("-r,--rate", tone.rate, "Sample rate in Hz (default 44100)")
-      ->check(CLI::Number)->check(CLI::Range(1000, 384000));
+  cmd.add_option("-s,--seconds", tone.seconds, "Length in seconds, 0.001 to 600 (default 1)")
+      ->check(CLI::Number)->check(CLI::Range(0.001, 600.0))
+      ->option_text("SECONDS");
+  cmd.add_option("-r,--rate", tone.rate, "Sample rate in Hz, 1000 to 384000 (default 44100)")
+      ->check(CLI::Number)->check(CLI::Range(1000, 384000))
+      ->option_text("HZ");
   return RunTone;
 }
 

@@ -47,13 +47,16 @@ int main(int argc, char **argv) {
   CLI::App app{"The sample client of GVTALC.dll.", "gvtool"};
   app.set_version_flag("--version", VersionText());
   app.require_subcommand(1, 1);
-  app.footer("Run 'gvtool COMMAND --help' for a command's options.\n"
-             "Exit codes: 0 done, 1 the work failed, 2 bad usage.");
+  const char *const kExitCodes = "Exit codes: 0 done, 1 the work failed, 2 bad usage.";
+  app.footer(std::string("Run 'gvtool COMMAND --help' for a command's options.\n") + kExitCodes);
   std::map<const CLI::App *, Runner> runners;
   for (const Command &c : Table()) {
     CLI::App *sub = app.add_subcommand(c.name, c.summary);
     sub->set_version_flag("--version", VersionText());
+    sub->footer("");
     runners[sub] = c.setup(*sub);
+    const std::string footer = sub->get_footer();
+    sub->footer(footer + (footer.empty() ? "" : "\n") + kExitCodes);
   }
   if (argc < 2) {
     std::fputs(app.help().c_str(), stderr);
