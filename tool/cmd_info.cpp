@@ -84,9 +84,12 @@ bool FindPeaks(const WaveFile &wave, std::vector<tGVCHANNELPEAK> *peaks) {
     GvAudio_FindPeaks(&client, args.clipRun, buffer.data(), int(kept + got), found.data());
     for (size_t c = 0; c < found.size(); ++c) {
       tGVCHANNELPEAK &b = best[c];
-      if (b.bClipped || (!found[c].bClipped && found[c].fPeak < b.fPeak)) continue;
-      b = found[c];  // a later equal peak wins, as in one search
-      b.nPosition = int(base + found[c].nPosition);
+      if (b.bClipped) continue;  // one search stops at the first clip
+      if (found[c].fPeak >= b.fPeak) {  // a later equal peak wins, as in one search
+        b.fPeak = found[c].fPeak;
+        b.nPosition = int(base + found[c].nPosition);
+      }
+      b.bClipped = found[c].bClipped;
     }
     done += got;
     const size_t total = kept + got, carry = std::min(overlap, total);

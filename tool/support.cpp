@@ -24,6 +24,7 @@ bool Interrupted() { return gInterrupted != 0; }
 void Error(const char *format, ...) {
   std::va_list args;
   va_start(args, format);
+  std::fflush(stdout);  // errors follow what was shown before them
   std::fputs("gvtool: ", stderr);
   std::vfprintf(stderr, format, args);
   std::fputc('\n', stderr);
@@ -33,6 +34,7 @@ void Error(const char *format, ...) {
 int UsageError(const char *format, ...) {
   std::va_list args;
   va_start(args, format);
+  std::fflush(stdout);  // errors follow what was shown before them
   std::fputs("gvtool: ", stderr);
   std::vfprintf(stderr, format, args);
   std::fputs(" (try --help)\n", stderr);
