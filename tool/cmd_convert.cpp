@@ -1,103 +1,217 @@
-// gvtool convert: converts a raw sample file between two sample formats
-// with a gain, in 128 KiB pieces.
+// gvtool convert: a WAVE file to another sample format, channel count and
+// level, read and written through audio streams. The output is made under a
+// temporary name beside the target and renamed over it only when complete.
+#include <CLI/CLI.hpp>
+
+#include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <string>
 #include <vector>
 
 #include "commands.h"
-#include "gvtalc.h"
+#include "wave.h"
 
 namespace {
 
-struct NamedFormat {
-  const char *name;
-  WORD tag, bits;
-};
+using gvtool::Error;
+using gvtool::kFailed;
+using gvtool::WaveFile;
 
-const NamedFormat kFormats[] = {
-    {"uint8", WAVE_FORMAT_PCM, 8},           {"int8", GV_WAVE_FORMAT_SIGNED, 8},
-    {"int16", WAVE_FORMAT_PCM, 16},          {"int24", WAVE_FORMAT_PCM, 24},
-    {"int32", WAVE_FORMAT_PCM, 32},          {"int24in32", GV_WAVE_FORMAT_UNPACKED, 32},
-    {"float32", WAVE_FORMAT_IEEE_FLOAT, 32}, {"float64", WAVE_FORMAT_IEEE_FLOAT, 64},
-    {"int16be", GV_WAVE_FORMAT_BIGENDIAN, 16}};
+struct ConvertArgs {
+  std::string in, out, encoding;
+  int bits = 0, channels = 0;
+  double gainDb = 0;
+  bool progress = false;
+} args;
 
-bool ParseFormat(const char *name, WORD channels, DWORD rate, WAVEFORMATEX &w) {
-  for (const NamedFormat &f : kFormats) {
-    if (std::strcmp(f.name, name)) continue;
-    w = WAVEFORMATEX{};
-    w.wFormatTag = f.tag;
-    w.wBitsPerSample = f.bits;
-    w.nChannels = channels;
-    w.nSamplesPerSec = rate;
-    w.nBlockAlign = WORD(channels * (f.bits / 8));
-    w.nAvgBytesPerSec = rate * w.nBlockAlign;
-    return true;
+const DWORD kHeaderBytes = 44;  // RIFF header, 16-byte "fmt " chunk, "data" header
+const DWORD kPiece = 32768;     // frames per read
+
+// Bits and encoding of the output: what was asked, the rest from the input.
+bool OutputFormat(const WAVEFORMATEX &in, int *bits, std::string *encoding) {
+  const bool inFloat = in.wFormatTag == WAVE_FORMAT_IEEE_FLOAT;
+  *bits = args.bits;
+  *encoding = args.encoding;
+  if (!*bits) {
+    if (*encoding == "float") *bits = 32;
+    else if (*encoding == "unsigned") *bits = 8;
+    else if (*encoding == "signed") *bits = (inFloat || in.wBitsPerSample == 8) ? 16 : in.wBitsPerSample;
+    else *bits = inFloat ? 32 : in.wBitsPerSample;
   }
-  std::fprintf(stderr, "convert: unknown format '%s' (uint8 int8 int16 int24 int32 int24in32 "
-                       "float32 float64)\n", name);
-  return false;
+  if (encoding->empty())
+    *encoding = *bits == 8 ? "unsigned" : (*bits == 32 && inFloat) ? "float" : "signed";
+  return (*bits == 8) == (*encoding == "unsigned") && (*encoding != "float" || *bits == 32) &&
+         (*bits == 8 || *bits == 16 || *bits == 24 || *bits == 32);
 }
 
-// convert IN OUT SRCFORMAT DSTFORMAT [GAIN] [CHANNELS] [RATE]
-int Convert(int argc, char **argv) {
-  if (argc < 5) {
-    std::fprintf(stderr, "usage: convert IN OUT SRCFORMAT DSTFORMAT [GAIN] [CHANNELS] [RATE]\n");
-    return 2;
-  }
-  const float gain = argc > 5 ? float(std::atof(argv[5])) : 1.0f;
-  const int channels = argc > 6 ? std::atoi(argv[6]) : 1;
-  const DWORD rate = argc > 7 ? DWORD(std::strtoul(argv[7], nullptr, 10)) : 44100;
-  if (channels < 1 || channels > 64) {
-    std::fprintf(stderr, "convert: channels must be 1..64\n");
-    return 2;
-  }
-  WAVEFORMATEX src, dst;
-  if (!ParseFormat(argv[3], WORD(channels), rate, src) ||
-      !ParseFormat(argv[4], WORD(channels), rate, dst))
-    return 2;
-  char text[256];
-  GvAudio_GetAttribsText(&src, text, sizeof text);
-  std::printf("from: %s\n", text);
-  GvAudio_GetAttribsText(&dst, text, sizeof text);
-  std::printf("to:   %s\n", text);
-  if (!GvAudio_GetCopyFunction(&dst, &src)) {
-    std::fprintf(stderr, "convert: no converter from %s to %s\n", argv[3], argv[4]);
-    return 1;
-  }
-  std::FILE *in = std::fopen(argv[1], "rb");
-  if (!in) {
-    std::fprintf(stderr, "convert: cannot open %s\n", argv[1]);
-    return 1;
-  }
-  std::FILE *out = std::fopen(argv[2], "wb");
-  if (!out) {
-    std::fclose(in);
-    std::fprintf(stderr, "convert: cannot create %s\n", argv[2]);
-    return 1;
-  }
-  const size_t frames = 0x20000 / src.nBlockAlign;
-  std::vector<unsigned char> inBuf(frames * src.nBlockAlign), outBuf(frames * dst.nBlockAlign);
-  unsigned long long total = 0;
-  int rc = 0;
-  for (;;) {
-    const size_t got = std::fread(inBuf.data(), src.nBlockAlign, frames, in);
-    if (got == 0) break;
-    GvAudio_Copy(&dst, outBuf.data(), &src, inBuf.data(), int(got), gain);
-    if (std::fwrite(outBuf.data(), dst.nBlockAlign, got, out) != got) {
-      std::fprintf(stderr, "convert: cannot write %s\n", argv[2]);
-      rc = 1;
-      break;
+// The RIFF header, "fmt " and "data" headers over the zeros the stream left
+// at the front, the pad byte, and the RIFF size patched last.
+bool WriteHeaders(const std::string &path, const WAVEFORMATEX &wfx, DWORD dataBytes) {
+  HANDLE h = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                         FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (h == INVALID_HANDLE_VALUE) return false;
+  const DWORD pad = dataBytes & 1;
+  DWORD put = 0;
+  const BYTE zero = 0;
+  bool ok = riff_WriteFileID(h, GVRIFF_FOURCC('W', 'A', 'V', 'E'), 0) == S_OK &&
+            riff_WriteChunkHeader(h, GVRIFF_FOURCC('f', 'm', 't', ' '), 16) == S_OK &&
+            WriteFile(h, &wfx, 16, &put, nullptr) && put == 16 &&
+            riff_WriteChunkHeader(h, GVRIFF_FOURCC('d', 'a', 't', 'a'), dataBytes) == S_OK;
+  if (ok && pad)
+    ok = SetFilePointer(h, 0, nullptr, FILE_END) != INVALID_SET_FILE_POINTER &&
+         WriteFile(h, &zero, 1, &put, nullptr) && put == 1;
+  ok = ok && riff_SetRIFFSize(h, kHeaderBytes - 8 + dataBytes + pad) == S_OK;
+  const DWORD error = GetLastError();
+  CloseHandle(h);
+  SetLastError(error);
+  return ok;
+}
+
+// Reads `in`, applies the gain and the channel change, writes `out`.
+bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outChannels) {
+  const int inChannels = wave.wfx.nChannels;
+  const WAVEFORMATEX inFloat =
+      gvtool::MakeWfx(WAVE_FORMAT_IEEE_FLOAT, 32, WORD(inChannels), wave.wfx.nSamplesPerSec);
+  const float gain = float(std::pow(10.0, args.gainDb / 20.0));
+  std::vector<float> src(size_t(kPiece) * inChannels), dst(size_t(kPiece) * outChannels);
+  gvtool::Progress progress("convert " + args.in, wave.info.nFrames, args.progress);
+  ULONGLONG done = 0;
+  while (done < wave.info.nFrames) {
+    if (gvtool::Interrupted()) {
+      Error("%s: interrupted; nothing written", args.out.c_str());
+      return false;
     }
-    total += got;
+    DWORD got = 0, put = 0;
+    HRESULT hr = GvAudioStream_Read(in, src.data(), kPiece, &got);
+    if (hr != S_OK || got == 0) {
+      Error("%s: %s", args.in.c_str(),
+            hr != S_OK ? gvtool::HresultReason(hr).c_str() : "the data end early");
+      return false;
+    }
+    if (gain != 1.0f)
+      for (size_t i = 0; i < size_t(got) * inChannels; ++i) src[i] *= gain;
+    const float *frames = src.data();
+    if (outChannels != inChannels) {
+      GvAudio_ChannelChange(dst.data(), outChannels, src.data(), &inFloat, int(got));
+      frames = dst.data();
+    }
+    hr = GvAudioStream_Write(out, frames, got, &put);
+    if (hr != S_OK || put != got) {
+      Error("%s: %s", args.out.c_str(),
+            hr != S_OK ? gvtool::HresultReason(hr).c_str() : "short write");
+      return false;
+    }
+    done += got;
+    progress.Update(done);
   }
-  std::fclose(in);
-  if (std::fclose(out) != 0) rc = 1;
-  std::printf("%llu frames converted at gain %g\n", total, double(gain));
-  return rc;
+  return true;
 }
 
-const gvtool::Registration convertReg{
-    "convert", "convert IN OUT SRCFORMAT DSTFORMAT [GAIN] [CHANNELS] [RATE]", Convert};
+int RunConvert() {
+  int bits = 0;
+  std::string encoding;
+  if (!args.encoding.empty() || args.bits) {
+    // The combination alone is checked before any file is touched.
+    WAVEFORMATEX any = gvtool::MakeWfx(WAVE_FORMAT_PCM, 16, 1, 8000);
+    if (!OutputFormat(any, &bits, &encoding))
+      return gvtool::UsageError("-b %d with -e %s: 8-bit data are unsigned, float data 32-bit, "
+                                "the others signed", bits, encoding.c_str());
+  }
+  WaveFile wave;
+  if (!gvtool::ProbeWave(args.in, &wave)) return kFailed;
+  if (wave.info.dwFlags & GVWAVE_TRUNCATED) {
+    Error("%s: damaged: the data chunk runs past the end of the file; not converted",
+          args.in.c_str());
+    return kFailed;
+  }
+  OutputFormat(wave.wfx, &bits, &encoding);
+  const int inChannels = wave.wfx.nChannels;
+  const int outChannels = args.channels ? args.channels : inChannels;
+  if (outChannels != inChannels && outChannels != 1 && inChannels != 1) {
+    Error("%s: %d channels cannot become %d: channels are mixed to mono or mono is spread",
+          args.in.c_str(), inChannels, outChannels);
+    return kFailed;
+  }
+  const bool isFloat = encoding == "float";
+  const WAVEFORMATEX outWfx =
+      gvtool::MakeWfx(isFloat ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM, WORD(bits),
+                      WORD(outChannels), wave.wfx.nSamplesPerSec);
+  const ULONGLONG dataBytes = wave.info.nFrames * outWfx.nBlockAlign;
+  if (dataBytes > 0xFFFFFFFFull - kHeaderBytes) {
+    Error("%s: the output would pass the 4 GiB limit of a WAVE file", args.out.c_str());
+    return kFailed;
+  }
+  tGVAUDIOATTRIBS outAttr;
+  const DWORD outFlags = isFloat ? GVAA_FLOAT32 : bits == 8 ? GVAA_UNSIGNED8
+                                                : bits == 24 ? GVAA_PACKED24 : 0;
+  GvAudio_InitAttribs(&outAttr, sizeof outAttr, 0, outFlags, outWfx.nSamplesPerSec, DWORD(bits),
+                      DWORD(outChannels));
+
+  // The temporary file sits in the target's folder, so the rename stays
+  // on one volume.
+  const size_t slash = args.out.find_last_of("\\/:");
+  const std::string folder = slash == std::string::npos ? "." : args.out.substr(0, slash + 1);
+  char temp[MAX_PATH];
+  if (!GetTempFileNameA(folder.c_str(), "gvt", 0, temp))
+    return gvtool::IoError(args.out, GetLastError());
+  HGVAUDIOSTREAM in = gvtool::OpenRead(wave, 32, GVAA_FLOAT32), out = nullptr;
+  HRESULT hr = E_FAIL;
+  if (in) {
+    hr = GvAudioStream_OpenFile(&out, temp, kHeaderBytes, 0, 0, &outAttr, 32, GVAA_FLOAT32,
+                                GVAS_VIEW_NONE, GVAS_CREATE);
+    if (hr != S_OK) Error("%s: %s", args.out.c_str(), gvtool::HresultReason(hr).c_str());
+  }
+  bool ok = in && out && Copy(wave, in, out, outChannels);
+  GvAudioStream_Close(in);
+  if (out) GvAudioStream_Close(out);
+  if (ok && !WriteHeaders(temp, outWfx, DWORD(dataBytes))) {
+    gvtool::IoError(args.out, GetLastError());
+    ok = false;
+  }
+  if (ok && !MoveFileExA(temp, args.out.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+    gvtool::IoError(args.out, GetLastError());
+    ok = false;
+  }
+  if (!ok) {
+    DeleteFileA(temp);
+    return kFailed;
+  }
+  char from[128], to[128];
+  GvAudio_GetAttribsText(&wave.wfx, from, sizeof from);
+  GvAudio_GetAttribsText(&outWfx, to, sizeof to);
+  std::printf("%s (%s, %s) -> %s (%s, %s): %llu frames at %+.2f dB\n", args.in.c_str(), from,
+              gvtool::EncodingText(wave.wfx), args.out.c_str(), to, gvtool::EncodingText(outWfx),
+              static_cast<unsigned long long>(wave.info.nFrames), args.gainDb);
+  return gvtool::kDone;
+}
+
+gvtool::Runner Setup(CLI::App &cmd) {
+  cmd.footer(
+      "Samples are read as 32-bit float, scaled by the gain, mixed or spread, and\n"
+      "written in the output format (integer outputs are clipped to full scale).\n"
+      "-c 1 sums the channels (it does not average them: lower the gain to keep\n"
+      "headroom); -c 2 copies a mono file to both channels. Unset -b and -e follow\n"
+      "the input. OUT appears only when complete; damaged (truncated) input is\n"
+      "refused. For headerless sample data see convert-raw.");
+  cmd.add_option("IN", args.in, "WAVE file to read")->required();
+  cmd.add_option("OUT", args.out, "WAVE file to write (replaced when complete)")->required();
+  cmd.add_option("-b,--bits", args.bits, "Bits per sample: 8, 16, 24 or 32")
+      ->check(CLI::Number)
+      ->check(CLI::IsMember({8, 16, 24, 32}));
+  cmd.add_option("-e,--encoding", args.encoding, "signed, unsigned (8-bit only) or float (32-bit)")
+      ->check(CLI::IsMember({"signed", "unsigned", "float"}));
+  cmd.add_option("-c,--channels", args.channels, "Channels of the output: 1 or 2")
+      ->check(CLI::Number)
+      ->check(CLI::IsMember({1, 2}));
+  cmd.add_option("--gain", args.gainDb, "Gain in dB, -200 to 200, applied to the float samples (default 0)")
+      ->check(CLI::Number)->check(CLI::Range(-200.0, 200.0))
+      ->option_text("DB");
+  cmd.add_flag("--progress", args.progress, "Show progress on stderr (shown anyway on a "
+                                            "terminal after a second)");
+  return RunConvert;
+}
+
+const gvtool::Registration reg{"convert", "Convert a WAVE file: bits, encoding, channels, gain.",
+                               Setup};
 
 }  // namespace

@@ -1,5 +1,7 @@
 // gvtool format / number: the token formatter and the number conversions
 // from the command line.
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -117,58 +119,68 @@ size_t RoomFor(const std::string &format, size_t longestToken) {
   return static_cast<size_t>(room);
 }
 
-// format [-t NAME=VALUE]... FORMAT [[TYPE:]ARG]...
-int Format(int argc, char **argv) {
-  int i = 1;
-  std::vector<std::string> tokens;
-  size_t longestToken = 0;
-  for (; i + 1 < argc && !std::strcmp(argv[i], "-t"); i += 2) {
-    const char *eq = std::strchr(argv[i + 1], '=');
-    if (!eq) {
-      std::fprintf(stderr, "format: -t wants NAME=VALUE\n");
-      return 2;
-    }
-    const std::string name(argv[i + 1], eq - argv[i + 1]);
-    if (!GvPrintF_AddToken(name.c_str(), eq + 1)) return 1;
-    tokens.push_back(name);
-    longestToken = std::max(longestToken, std::strlen(eq + 1));
+struct FormatArgs {
+  std::vector<std::string> tokens, args;
+  std::string format;
+} fmt;
+
+int RunFormat() {
+  std::vector<std::string> names;
+  for (const std::string &t : fmt.tokens) {
+    const size_t eq = t.find('=');
+    if (eq == std::string::npos || eq == 0)
+      return gvtool::UsageError("-t wants NAME=VALUE, not '%s'", t.c_str());
+    names.push_back(t.substr(0, eq));
   }
-  if (i >= argc) {
-    std::fprintf(stderr, "usage: format [-t NAME=VALUE]... FORMAT [[i|l|f|s|c:]ARG]...\n");
-    return 2;
-  }
-  const std::string format = Unescape(argv[i++]);
   // Strings must stay put while the block points at them.
   std::vector<std::string> texts;
-  texts.reserve(argc);
+  texts.reserve(fmt.args.size());
   ArgumentBlock block;
-  for (; i < argc; ++i) {
-    if (!AddArgument(block, argv[i], texts)) {
-      std::fprintf(stderr, "format: '%s' is not a number of that type\n", argv[i]);
-      return 2;
+  for (const std::string &arg : fmt.args) {
+    if (!AddArgument(block, arg.c_str(), texts))
+      return gvtool::UsageError("'%s' is not a number of that type", arg.c_str());
+  }
+  for (size_t i = 0; i < names.size(); ++i) {
+    if (!GvPrintF_AddToken(names[i].c_str(), fmt.tokens[i].c_str() + names[i].size() + 1)) {
+      gvtool::Error("cannot add the token %s", names[i].c_str());
+      return gvtool::kFailed;
     }
   }
+  const std::string format = Unescape(fmt.format.c_str());
+  size_t longestToken = 0;
+  for (size_t i = 0; i < names.size(); ++i)
+    longestToken = std::max(longestToken, fmt.tokens[i].size() - names[i].size() - 1);
   const size_t room = RoomFor(format, longestToken);
-  if (!room) {
-    std::fprintf(stderr, "format: widths and precisions that large are not supported here\n");
-    return 2;
-  }
+  if (!room) return gvtool::UsageError("widths and precisions that large are not supported here");
   std::vector<char> out(room);
   const int length = GvVPrintF(out.data(), format.c_str(), block.List());
   std::printf("%s\n", out.data());
   std::fprintf(stderr, "(%d characters)\n", length);
-  for (const std::string &name : tokens) GvPrintF_DeleteToken(name.c_str());
-  return 0;
+  for (const std::string &name : names) GvPrintF_DeleteToken(name.c_str());
+  return gvtool::kDone;
 }
 
-// number TEXT [DECIMALS]: the text parsed every way and printed back.
-int Number(int argc, char **argv) {
-  if (argc < 2) {
-    std::fprintf(stderr, "usage: number TEXT [DECIMALS]\n");
-    return 2;
-  }
-  const char *text = argv[1];
-  const UINT decimals = argc > 2 ? static_cast<UINT>(std::atoi(argv[2])) : 2;
+gvtool::Runner SetupFormat(CLI::App &cmd) {
+  cmd.add_option("-t,--token", fmt.tokens, "Define $(NAME) as VALUE for this run (NAME=VALUE)")
+      ->allow_extra_args(false);
+  cmd.add_option("FORMAT", fmt.format, "Format text; \\n and \\t are turned into the characters")
+      ->required();
+  cmd.add_option("ARGS", fmt.args,
+                 "Arguments as TYPE:VALUE, TYPE one of i (32-bit), l (64-bit), f (double), "
+                 "s (text), c (character); untyped whole numbers are i, other numbers f, the "
+                 "rest s");
+  return RunFormat;
+}
+
+struct NumberArgs {
+  std::string text;
+  int decimals = 2;
+} num;
+
+// The text parsed every way the library parses numbers, and printed back.
+int RunNumber() {
+  const char *text = num.text.c_str();
+  const UINT decimals = static_cast<UINT>(num.decimals);
   LPSTR end = nullptr;
   char printed[64];
 
@@ -185,12 +197,22 @@ int Number(int argc, char **argv) {
               static_cast<int>(end - text));
   std::printf("dB       %s\n", GvGetdBStringFixed(nullptr, static_cast<LONG>(whole),
                                                    static_cast<int>(decimals), 0, TRUE));
-  return 0;
+  return gvtool::kDone;
 }
 
-const gvtool::Registration formatReg{
-    "format", "format [-t NAME=VALUE]... FORMAT [[i|l|f|s|c:]ARG]...  token formatter", Format};
-const gvtool::Registration numberReg{
-    "number", "number TEXT [DECIMALS]       parse and print a number", Number};
+gvtool::Runner SetupNumber(CLI::App &cmd) {
+  cmd.add_option("TEXT", num.text, "The text to parse (any text: it shows where parsing stops)")
+      ->required();
+  cmd.add_option("DECIMALS", num.decimals, "Decimals of the real and dB lines, 0 to 15 (default 2)")
+      ->check(CLI::Number)
+      ->check(CLI::Range(0, 15))
+      ->option_text(" ");
+  return RunNumber;
+}
+
+const gvtool::Registration formatReg{"format", "The token formatter: FORMAT with arguments.",
+                                     SetupFormat};
+const gvtool::Registration numberReg{"number", "Parse a number every way and print it back.",
+                                     SetupNumber};
 
 }  // namespace

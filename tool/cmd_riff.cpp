@@ -1,6 +1,9 @@
 // gvtool riff: prints the chunk tree of a RIFF file (identifiers, sizes,
 // header offsets, list types and nested lists) through the riff_ exports.
+#include <CLI/CLI.hpp>
+
 #include <cstdio>
+#include <string>
 
 #include "commands.h"
 #include "gvtalc.h"
@@ -75,27 +78,18 @@ struct Walker {
   }
 };
 
-// riff FILE
-int Riff(int argc, char **argv) {
-  if (argc < 2) {
-    std::fprintf(stderr, "usage: riff FILE\n");
-    return 2;
-  }
-  HANDLE file = CreateFileA(argv[1], GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
-    std::fprintf(stderr, "riff: cannot open %s\n", argv[1]);
-    return 1;
-  }
+std::string riffPath;
+
+int RunRiff() {
+  HANDLE file = gvtool::OpenForReading(riffPath);
+  if (file == INVALID_HANDLE_VALUE) return gvtool::kFailed;
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file, &size)) size.QuadPart = 0;
   DWORD rest = 0, form = 0;
-  HRESULT hr = riff_ReadFileID(file, &rest, &form);
-  if (hr != S_OK) {
-    std::fprintf(stderr, "riff: %s is not a RIFF file (0x%08lX)\n", argv[1],
-                 static_cast<unsigned long>(hr));
+  if (riff_ReadFileID(file, &rest, &form) != S_OK) {
+    gvtool::Error("%s: not a RIFF file", riffPath.c_str());
     CloseHandle(file);
-    return 1;
+    return gvtool::kFailed;
   }
   std::printf("RIFF ");
   PrintId(form);
@@ -107,9 +101,14 @@ int Riff(int argc, char **argv) {
   walker.Walk(Budget(rest), 1);
   std::printf("%lu chunks\n", walker.chunks);
   CloseHandle(file);
-  return 0;
+  return gvtool::kDone;
 }
 
-const gvtool::Registration riffReg{"riff", "riff FILE", Riff};
+gvtool::Runner SetupRiff(CLI::App &cmd) {
+  cmd.add_option("FILE", riffPath, "A RIFF file")->required();
+  return RunRiff;
+}
+
+const gvtool::Registration riffReg{"riff", "The chunk tree of a RIFF file.", SetupRiff};
 
 }  // namespace

@@ -1,10 +1,11 @@
 // gvtool tone: makes example audio, a stereo 16-bit sine sweep, as a raw
 // sample file or as a WAVE file written with the library's RIFF writes
 // ("fmt ", a LIST INFO with a name, "data"; the RIFF size patched last).
+#include <CLI/CLI.hpp>
+
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include <string>
 #include <vector>
 
 #include "commands.h"
@@ -54,46 +55,52 @@ bool WriteWave(HANDLE file, const std::vector<short> &samples, DWORD rate) {
   return riff_SetRIFFSize(file, total) == 0;
 }
 
-// tone FILE [SECONDS] [RATE]: FILE ending in .wav gets a WAVE file.
-int Tone(int argc, char **argv) {
-  if (argc < 2) {
-    std::fprintf(stderr, "usage: tone FILE [SECONDS] [RATE]\n");
-    return 2;
-  }
-  double seconds = argc > 2 ? std::atof(argv[2]) : 1.0;
-  DWORD rate = argc > 3 ? static_cast<DWORD>(std::atol(argv[3])) : 44100;
-  if (seconds <= 0 || seconds > 600 || rate < 1000 || rate > 384000) {
-    std::fprintf(stderr, "tone: SECONDS must be in (0, 600], RATE in [1000, 384000]\n");
-    return 2;
-  }
-  std::vector<short> samples = Sweep(seconds, rate);
-  HANDLE file = CreateFileA(argv[1], GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
+struct ToneArgs {
+  std::string path;
+  double seconds = 1.0;
+  int rate = 44100;
+} tone;
+
+int RunTone() {
+  std::vector<short> samples = Sweep(tone.seconds, DWORD(tone.rate));
+  const char *path = tone.path.c_str();
+  HANDLE file = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
                             FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file == INVALID_HANDLE_VALUE) {
-    std::fprintf(stderr, "tone: cannot create %s\n", argv[1]);
-    return 1;
-  }
-  size_t n = std::strlen(argv[1]);
-  bool wave = n > 4 && lstrcmpiA(argv[1] + n - 4, ".wav") == 0;
+  if (file == INVALID_HANDLE_VALUE) return gvtool::IoError(tone.path, GetLastError());
+  const size_t n = tone.path.size();
+  const bool wave = n > 4 && lstrcmpiA(path + n - 4, ".wav") == 0;
   bool ok;
   if (wave) {
-    ok = WriteWave(file, samples, rate);
+    ok = WriteWave(file, samples, DWORD(tone.rate));
   } else {
     DWORD bytes = 0, want = static_cast<DWORD>(samples.size() * sizeof(short));
     ok = WriteFile(file, samples.data(), want, &bytes, nullptr) && bytes == want;
   }
+  const DWORD error = ok ? 0 : GetLastError();
   CloseHandle(file);
   if (!ok) {
-    DeleteFileA(argv[1]);  // never leave a half-written file behind
-    std::fprintf(stderr, "tone: writing %s failed\n", argv[1]);
-    return 1;
+    DeleteFileA(path);  // never leave a half-written file behind
+    return gvtool::IoError(tone.path, error);
   }
-  std::printf("%s: %.2f s of 16-bit stereo at %lu Hz%s\n", argv[1], seconds,
-              static_cast<unsigned long>(rate), wave ? " (WAVE)" : " (raw)");
-  return 0;
+  std::printf("%s: %.2f s of 16-bit stereo at %d Hz%s\n", path, tone.seconds, tone.rate,
+              wave ? " (WAVE)" : " (raw)");
+  return gvtool::kDone;
 }
 
-const gvtool::Registration toneReg{"tone", "tone FILE [SECONDS] [RATE]     example sweep (.wav: WAVE)",
-                                   Tone};
+gvtool::Runner SetupTone(CLI::App &cmd) {
+  cmd.add_option("FILE", tone.path, "Output; a name ending in .wav gets a WAVE file, others raw "
+                                    "16-bit stereo samples")
+      ->required();
+  cmd.add_option("-s,--seconds", tone.seconds, "Length in seconds, 0.001 to 600 (default 1)")
+      ->check(CLI::Number)->check(CLI::Range(0.001, 600.0))
+      ->option_text("SECONDS");
+  cmd.add_option("-r,--rate", tone.rate, "Sample rate in Hz, 1000 to 384000 (default 44100)")
+      ->check(CLI::Number)->check(CLI::Range(1000, 384000))
+      ->option_text("HZ");
+  return RunTone;
+}
+
+const gvtool::Registration toneReg{
+    "tone", "Example audio: a 16-bit stereo sine sweep, raw or WAVE.", SetupTone};
 
 }  // namespace

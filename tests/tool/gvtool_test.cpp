@@ -1,0 +1,207 @@
+// gvtool run as a user runs it: exit codes, error lines on stderr, the bytes
+// convert writes, and no output left under the target's name after a failure.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "support/cases.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+struct Result {
+  DWORD code = 0xFFFFFFFF;
+  std::string out, err;
+};
+
+std::string Slurp(const std::string &path) {
+  std::ifstream f(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(f), {});
+}
+
+void Spit(const std::string &path, const void *data, size_t size) {
+  std::ofstream(path, std::ios::binary).write(static_cast<const char *>(data), std::streamsize(size));
+}
+
+bool Exists(const std::string &path) {
+  return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+// A short WAVE file in the canonical 44-byte layout; a data size other than
+// the bytes given makes it truncated.
+Bytes Wave(WORD tag, WORD channels, WORD bits, const Bytes &data, DWORD dataSize) {
+  const WORD align = WORD(channels * bits / 8);
+  const DWORD rate = 8000, avg = rate * align, pad = dataSize & 1, riff = 36 + dataSize + pad;
+  uint8_t w[44];
+  std::memcpy(&w[0], "RIFF", 4), std::memcpy(&w[4], &riff, 4), std::memcpy(&w[8], "WAVEfmt ", 8);
+  const DWORD fmtSize = 16;
+  std::memcpy(&w[16], &fmtSize, 4), std::memcpy(&w[20], &tag, 2), std::memcpy(&w[22], &channels, 2);
+  std::memcpy(&w[24], &rate, 4), std::memcpy(&w[28], &avg, 4), std::memcpy(&w[32], &align, 2);
+  std::memcpy(&w[34], &bits, 2), std::memcpy(&w[36], "data", 4), std::memcpy(&w[40], &dataSize, 4);
+  Bytes file(44 + data.size() + (data.size() == dataSize ? pad : 0), 0);
+  std::memcpy(file.data(), w, 44);
+  if (!data.empty()) std::memcpy(&file[44], data.data(), data.size());
+  return file;
+}
+
+template <typename T>
+Bytes Samples(std::initializer_list<T> values) {
+  Bytes b(values.size() * sizeof(T));
+  std::memcpy(b.data(), values.begin(), b.size());
+  return b;
+}
+
+class GvtoolTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    char temp[MAX_PATH];
+    GetTempPathA(MAX_PATH, temp);
+    dir_ = std::string(temp) + "gvtool_test_" + std::to_string(GetCurrentProcessId()) + "\\";
+    CreateDirectoryA(dir_.c_str(), nullptr);
+    const Bytes in = Wave(1, 1, 16, Samples<int16_t>({0, 256, -256, 32767, -32768}), 10);
+    Spit(Path("in.wav"), in.data(), in.size());
+    const Bytes cut = Wave(1, 1, 16, Samples<int16_t>({1000, -1000}), 100);
+    Spit(Path("cut.wav"), cut.data(), cut.size());
+    Spit(Path("text.wav"), "not audio", 9);
+  }
+  void TearDown() override {
+    WIN32_FIND_DATAA found;
+    HANDLE h = FindFirstFileA(Path("*").c_str(), &found);
+    for (BOOL more = h != INVALID_HANDLE_VALUE; more; more = FindNextFileA(h, &found))
+      if (!(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY)) DeleteFileA(Path(found.cFileName).c_str());
+    if (h != INVALID_HANDLE_VALUE) FindClose(h);
+    RemoveDirectoryA(Path("folder.wav").c_str());
+    RemoveDirectoryA(dir_.c_str());
+  }
+  std::string Path(const std::string &name) const { return dir_ + name; }
+
+  // Runs gvtool in the test folder with stdout and stderr in files.
+  Result Run(const std::string &args) {
+    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+    const std::string outPath = Path("stdout.txt"), errPath = Path("stderr.txt");
+    HANDLE out = CreateFileA(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
+                             CREATE_ALWAYS, 0, nullptr);
+    HANDLE err = CreateFileA(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
+                             CREATE_ALWAYS, 0, nullptr);
+    STARTUPINFOA si{};
+    si.cb = sizeof si;
+    si.dwFlags = STARTF_USESTDHANDLES;
+    si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    si.hStdOutput = out;
+    si.hStdError = err;
+    std::string line = "\"" GV_TOOL_EXE "\" " + args;
+    PROCESS_INFORMATION pi{};
+    Result r;
+    if (CreateProcessA(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, dir_.c_str(), &si,
+                       &pi)) {
+      if (WaitForSingleObject(pi.hProcess, 60000) == WAIT_OBJECT_0)
+        GetExitCodeProcess(pi.hProcess, &r.code);
+      CloseHandle(pi.hThread);
+      CloseHandle(pi.hProcess);
+    }
+    CloseHandle(out);
+    CloseHandle(err);
+    r.out = Slurp(outPath), r.err = Slurp(errPath);
+    return r;
+  }
+
+  std::string dir_;
+};
+
+std::string Reason(DWORD code) {
+  char text[512] = "";
+  FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
+                 text, sizeof text, nullptr);
+  std::string s = text;
+  while (!s.empty() && (s.back() == '\n' || s.back() == '\r' || s.back() == ' ')) s.pop_back();
+  return s;
+}
+
+TEST_F(GvtoolTest, ExitCodesAndErrorLines) {
+  const struct {
+    const char *args;
+    DWORD code;
+    std::string out, err;  // text each must contain; an empty err: stderr stays empty
+  } cases[] = {
+      {"--help", 0, "convert", ""},
+      {"-h", 0, "info", ""},
+      {"tone --help", 0, "--seconds", ""},
+      {"--version", 0, "gvtool ", ""},
+      {"", 2, "", "Usage: gvtool"},
+      {"nosuch", 2, "", "gvtool: unknown command 'nosuch'"},
+      {"tone t.wav -s abc", 2, "", "gvtool: --seconds"},
+      {"convert in.wav o.wav --gain 1x", 2, "", "gvtool: --gain"},
+      {"number 12 3.5", 2, "", "gvtool: "},
+      {"tone t.wav extra", 2, "", "gvtool: The following argument was not expected: extra"},
+      {"info in.wav --bogus", 2, "", "--bogus"},
+      {"convert in.wav o.wav -b 8 -e float", 2, "", "gvtool: -b 8 with -e float"},
+      {"info missing.wav", 1, "", "gvtool: missing.wav: " + Reason(ERROR_FILE_NOT_FOUND)},
+      {"riff missing.wav", 1, "", "gvtool: missing.wav: " + Reason(ERROR_FILE_NOT_FOUND)},
+      {"info text.wav in.wav", 1, "frames       5", "gvtool: text.wav: not a PCM WAVE file"},
+      {"info cut.wav", 1, "frames       2", "gvtool: cut.wav: damaged"},
+      {"info in.wav", 0, "peak 1       -0.00 dBFS at frame", ""},
+      {"info in.wav --clip-run 2", 0, "-0.00 dBFS at frame 2, clipped", ""},
+  };
+  FOR_EACH_CASE(cases) {
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.code, c.code);
+    EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+    if (c.err.empty())
+      EXPECT_EQ(r.err, "");
+    else
+      EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+  }
+}
+
+TEST_F(GvtoolTest, ConvertWritesTheBytesOfTheTargetFormat) {
+  const struct {
+    const char *options;
+    Bytes expected;
+  } cases[] = {
+      {"-b 8", Wave(1, 1, 8, {0x80, 0x81, 0x7F, 0xFF, 0x00}, 5)},
+      {"-c 2", Wave(1, 2, 16, Samples<int16_t>({0, 0, 256, 256, -256, -256, 32767, 32767,
+                                                 -32768, -32768}), 20)},
+      {"-e float --gain -6.0206", Wave(3, 1, 32, Samples<float>({0.0f, 1 / 256.0f, -1 / 256.0f,
+                                                                 0.5f * 32767 / 32768, -0.5f}), 20)},
+  };
+  FOR_EACH_CASE(cases) {
+    const Result r = Run(std::string("convert in.wav out.wav ") + c.options);
+    EXPECT_EQ(r.code, 0u) << r.err;
+    const std::string got = Slurp(Path("out.wav"));
+    EXPECT_EQ(Bytes(got.begin(), got.end()), c.expected);
+  }
+}
+
+TEST_F(GvtoolTest, FailedConvertLeavesNothingUnderTheTargetName) {
+  CreateDirectoryA(Path("folder.wav").c_str(), nullptr);
+  const struct {
+    const char *args, *target;
+  } cases[] = {
+      {"convert cut.wav out.wav", "out.wav"},
+      {"convert text.wav out.wav", "out.wav"},
+      {"convert in.wav folder.wav", "folder.wav"},  // the rename fails after the work
+  };
+  FOR_EACH_CASE(cases) {
+    const Result r = Run(c.args);
+    EXPECT_NE(r.code, 0u);
+    EXPECT_NE(r.err.rfind("gvtool: ", 0), std::string::npos) << r.err;
+    if (std::strcmp(c.target, "out.wav") == 0) {
+      EXPECT_FALSE(Exists(Path(c.target)));
+    }
+    // Nothing but the fixtures and the captured output is left in the folder.
+    WIN32_FIND_DATAA found;
+    HANDLE h = FindFirstFileA(Path("gvt*").c_str(), &found);
+    EXPECT_EQ(h, INVALID_HANDLE_VALUE) << found.cFileName;
+    if (h != INVALID_HANDLE_VALUE) FindClose(h);
+  }
+}
+
+}  // namespace
