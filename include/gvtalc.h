@@ -9,6 +9,7 @@
 #include "gvkernel.h"
 #include "gvformat.h"
 #include "gvnumber.h"
+#include "gvpath.h"
 #include "gvmetric.h"
 #include "gvaudio.h"
 #include "gvconvert.h"
