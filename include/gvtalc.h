@@ -17,5 +17,6 @@
 #include "gvlist.h"
 #include "gvriff.h"
 #include "gvstream.h"
+#include "gvpeak.h"
 
 #endif /* GVTALC_H */
