@@ -173,15 +173,18 @@ BOOL DrawFromSamples(tGVSAMPLEREADER *reader, uint64_t first, int64_t count, sho
   std::vector<unsigned char> buffer(size_t(piece) * w.nBlockAlign);
   std::vector<short> element(2 * size_t(ch));
   const double step = double(count) / pixels;
+  const uint64_t length = reader->lpVtbl->GetLength(reader);  // pixels past it get 0, 0
   for (int i = 0; i < pixels; ++i) {
     uint64_t f0 = uint64_t(double(i) * step) + first, f1 = uint64_t(double(i + 1) * step) + first;
     if (f1 <= f0) f1 = f0 + 1;
     short lo[2] = {32767, 32767}, hi[2] = {-32768, -32768};
     bool any = false;
-    for (uint64_t f = f0; f < f1;) {
+    for (uint64_t f = f0; f < f1 && f < length;) {
       const DWORD want = f1 - f < piece ? DWORD(f1 - f) : piece;
       DWORD got = 0;
-      if (FAILED(reader->lpVtbl->Read(reader, f, buffer.data(), want, &got)) || !got) break;
+      // A read that fails, or finds the source shorter than it was, is an
+      // error: no picture of data that are not there.
+      if (FAILED(reader->lpVtbl->Read(reader, f, buffer.data(), want, &got)) || !got) return FALSE;
       if (Summarise(w, buffer.data(), got, got, element.data()) < 0) return FALSE;
       any = true;
       for (DWORD k = 0; k < n; ++k) {

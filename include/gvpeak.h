@@ -157,9 +157,10 @@ struct tGVSAMPLEREADER {
 
 /* Opens the peak data of a WAVE file (PCM or IEEE float, extensible
  * records too; GvGetFileWfxEx): the valid peak file beside it, or a new
- * one built from its samples. S_OK; E_FAIL when the file is not such a
- * WAVE file or its data are truncated; E_OUTOFMEMORY. Free with
- * GvPeak_FreeEx. */
+ * one built from its samples. Like the create and open calls, it frees what
+ * *ppPeak held first: set it to null after GvPeak_FreeEx. S_OK; E_FAIL when
+ * the file is not such a WAVE file or its data are truncated;
+ * E_OUTOFMEMORY. Free with GvPeak_FreeEx. */
 GVAPI(HRESULT) GvPeak_OpenDataFromWaveFile(tGVAUDIOPEAK **ppPeak, LPCSTR pszWaveFile,
                                            DWORD flags, DWORD *pHow);
 /* The same from a sample reader; pszSource names the file the peak file is
