@@ -1,5 +1,6 @@
 // gvtool run as a user runs it: exit codes, error lines on stderr, the bytes
-// convert writes, and no output left under the target's name after a failure.
+// convert writes, no output left under the target's name after a failure, the
+// pictures draw writes and the peak files peaks builds or reuses.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -9,6 +10,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/cases.h"
@@ -149,6 +151,14 @@ TEST_F(GvtoolTest, ExitCodesAndErrorLines) {
       {"info cut.wav", 1, "frames       2", "gvtool: cut.wav: damaged"},
       {"info in.wav", 0, "peak 1       -0.00 dBFS at frame", ""},
       {"info in.wav --clip-run 2", 0, "-0.00 dBFS at frame 2, clipped", ""},
+      {"draw --help", 0, "-h,--height", ""},
+      {"draw missing.wav o.png", 1, "", "gvtool: missing.wav: " + Reason(ERROR_FILE_NOT_FOUND)},
+      {"draw cut.wav o.png", 1, "", "gvtool: cut.wav: damaged"},
+      {"draw in.wav o.png --start 1", 1, "", "gvtool: in.wav: nothing to draw from 1.000 s"},
+      {"draw in.wav o.png --background 12345", 2, "", "gvtool: --background 12345: not RRGGBB"},
+      {"draw in.wav o.png --start 1 --end 0.5", 2, "", "gvtool: --end 0.5 is not after --start 1"},
+      {"draw in.wav o.png -h 31", 2, "", "gvtool: --height"},
+      {"draw in.wav o.png -w 32768 -h 8192", 2, "", "limited to 16 megapixels"},
   };
   FOR_EACH_CASE(cases) {
     const Result r = Run(c.args);
@@ -201,6 +211,88 @@ TEST_F(GvtoolTest, FailedConvertLeavesNothingUnderTheTargetName) {
     HANDLE h = FindFirstFileA(Path("gvt*").c_str(), &found);
     EXPECT_EQ(h, INVALID_HANDLE_VALUE) << found.cFileName;
     if (h != INVALID_HANDLE_VALUE) FindClose(h);
+  }
+}
+
+// A mono 16-bit file of `frames` frames at 8000 Hz: a ramp that wraps.
+Bytes Ramp(size_t frames) {
+  std::vector<int16_t> v(frames);
+  for (size_t i = 0; i < frames; ++i) v[i] = int16_t(i * 97);
+  Bytes data(frames * 2);
+  std::memcpy(data.data(), v.data(), data.size());
+  return Wave(1, 1, 16, data, DWORD(data.size()));
+}
+
+// Width and height from a PNG file's signature and IHDR chunk; 0, 0 when
+// it is not one.
+std::pair<uint32_t, uint32_t> PngSize(const std::string &png) {
+  if (png.size() < 24 || png.compare(0, 16, std::string("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR", 16)))
+    return {0, 0};
+  auto be = [&](size_t at) {
+    return uint32_t(uint8_t(png[at])) << 24 | uint32_t(uint8_t(png[at + 1])) << 16 |
+           uint32_t(uint8_t(png[at + 2])) << 8 | uint8_t(png[at + 3]);
+  };
+  return {be(16), be(20)};
+}
+
+TEST_F(GvtoolTest, DrawWritesAPngOfTheAskedSize) {
+  const Bytes ramp = Ramp(65536);
+  Spit(Path("long.wav"), ramp.data(), ramp.size());
+  const struct {
+    const char *args;
+    uint32_t width, height;
+    const char *from;
+  } cases[] = {
+      {"draw in.wav o.png -w 40 -h 50", 40, 50, "drawn from the samples"},
+      {"draw long.wav o.png", 1800, 280, "drawn from the samples"},  // 36 frames a pixel
+      {"draw long.wav o.png -w 100 -h 64", 100, 64, "drawn from the peak file long.gvk"},
+      {"draw long.wav o.png --start 2 --end 2.5 --split-channels", 1800, 280, "from 2.000 to 2.500 s"},
+  };
+  FOR_EACH_CASE(cases) {
+    DeleteFileA(Path("o.png").c_str());
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.code, 0u) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_NE(r.out.find(c.from), std::string::npos) << r.out;
+    EXPECT_EQ(PngSize(Slurp(Path("o.png"))), std::make_pair(c.width, c.height));
+    WIN32_FIND_DATAA found;  // no temporary output left behind
+    HANDLE h = FindFirstFileA(Path("gvt*").c_str(), &found);
+    EXPECT_EQ(h, INVALID_HANDLE_VALUE) << found.cFileName;
+    if (h != INVALID_HANDLE_VALUE) FindClose(h);
+  }
+}
+
+// Peak files built, reused, and never stale after the source changes or goes.
+TEST_F(GvtoolTest, PeaksBuiltThenReusedAndFollowTheSource) {
+  const struct {
+    size_t rewrite;  // frames the source is rewritten with first; 0 keeps it, 1 deletes it
+    const char *args;
+    DWORD code;
+    const char *out, *err;
+  } cases[] = {
+      {65536, "peaks long.wav", 0, "long.wav: built long.gvk: 256 elements of 256 frames", ""},
+      {0, "peaks long.wav", 0, "long.wav: reused long.gvk: 256 elements of 256 frames", ""},
+      {8192, "draw long.wav o.png -w 16", 0, "from 0.000 to 1.024 s, drawn from the peak file", ""},
+      {0, "peaks long.wav", 0, "long.wav: reused long.gvk: 32 elements", ""},
+      {1000, "peaks long.wav", 0, "long.wav: rebuilt (the old one was stale or damaged) long.gvk: "
+                                  "4 elements", ""},
+      {0, "peaks text.wav long.wav", 1, "long.wav: reused", "gvtool: text.wav: not a PCM WAVE file"},
+      {1, "draw long.wav o.png", 1, "", "gvtool: long.wav: "},
+  };
+  FOR_EACH_CASE(cases) {
+    if (c.rewrite == 1) {
+      DeleteFileA(Path("long.wav").c_str());
+    } else if (c.rewrite) {
+      const Bytes ramp = Ramp(c.rewrite);
+      Spit(Path("long.wav"), ramp.data(), ramp.size());
+    }
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.code, c.code) << r.err;
+    EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+    if (*c.err)
+      EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+    else
+      EXPECT_EQ(r.err, "");
   }
 }
 
