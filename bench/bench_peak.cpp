@@ -31,14 +31,16 @@ std::string TempName(const char *prefix) {
 void Signal(short *out, size_t frames, uint64_t firstFrame, unsigned *seed) {
   static std::vector<float> table = [] {
     std::vector<float> t(4096);
-    for (size_t i = 0; i < t.size(); ++i) t[i] = float(std::sin(double(i) * (6.283185307179586 / 4096)));
+    for (size_t i = 0; i < t.size(); ++i)
+      t[i] = float(std::sin(double(i) * (6.283185307179586 / 4096)));
     return t;
   }();
   for (size_t i = 0; i < frames; ++i) {
     const uint64_t f = firstFrame + i;
     const float swell = 0.55f + 0.3f * table[(f >> 10) & 4095];
     const float tone = 0.7f * table[(f * 64) & 4095] + 0.3f * table[(f * 163) & 4095];
-    const float noise = float(int((*seed = *seed * 1664525u + 1013904223u) >> 16) - 32768) / 32768.f;
+    const float noise =
+        float(int((*seed = *seed * 1664525u + 1013904223u) >> 16) - 32768) / 32768.f;
     out[2 * i] = short((swell * tone + 0.02f * noise) * 32767.f);
     out[2 * i + 1] = short((swell * 0.9f * tone - 0.02f * noise) * 32767.f);
   }
@@ -47,7 +49,7 @@ void Signal(short *out, size_t frames, uint64_t firstFrame, unsigned *seed) {
 void MakeWave(const std::string &path, uint64_t bytes) {
   HANDLE h = CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
   const DWORD data = DWORD(bytes);
-  const DWORD head[11] = {0x46464952, 36 + data, 0x45564157, 0x20746D66, 16, 0x00020001,
+  const DWORD head[11] = {0x46464952, 36 + data, 0x45564157, 0x20746D66, 16,  0x00020001,
                           44100,      44100 * 4, 0x00100004, 0x61746164, data};
   DWORD put = 0;
   WriteFile(h, head, kHeader, &put, nullptr);
@@ -62,8 +64,8 @@ void MakeWave(const std::string &path, uint64_t bytes) {
 }
 
 double PlainRead(const std::string &path, std::vector<unsigned char> &buffer) {
-  HANDLE h = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0,
-                         nullptr);
+  HANDLE h =
+      CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
   const double t0 = Seconds();
   SetFilePointer(h, kHeader, nullptr, FILE_BEGIN);
   DWORD got = 0;
@@ -144,9 +146,10 @@ int main(int argc, char **argv) {
     const double m = SummariseFromMemory(path, mib);
     memory = m < memory ? m : memory;
   }
-  std::printf("  of which summary and write from memory: %7.0f MiB/s (%.1f ms; the read %.1f ms, "
-              "the build %.1f ms)\n",
-              mb / memory, memory * 1e3, read * 1e3, build * 1e3);
+  std::printf(
+      "  of which summary and write from memory: %7.0f MiB/s (%.1f ms; the read %.1f ms, "
+      "the build %.1f ms)\n",
+      mb / memory, memory * 1e3, read * 1e3, build * 1e3);
   char peakName[MAX_PATH];
   GvPeak_CreateDirectPeakName(path.c_str(), peakName, MAX_PATH);
   DeleteFileA(peakName);
@@ -193,8 +196,9 @@ int main(int argc, char **argv) {
               static_cast<unsigned long long>(hourFrames), double(hourBytes) / 1e6,
               static_cast<unsigned long long>(offset + 64));
   std::printf("  plain read of the source at that rate: %8.1f ms\n", hourRead * 1e3);
-  std::printf("  GvPeak_GetDrawData, 1920 pixels:       %8.3f ms best of 10 (first %.3f ms); "
-              "%.3f%% of the read (target at most 2%%)\n",
-              draw * 1e3, firstDraw * 1e3, 100 * draw / hourRead);
+  std::printf(
+      "  GvPeak_GetDrawData, 1920 pixels:       %8.3f ms best of 10 (first %.3f ms); "
+      "%.3f%% of the read (target at most 2%%)\n",
+      draw * 1e3, firstDraw * 1e3, 100 * draw / hourRead);
   return 0;
 }

@@ -10,7 +10,8 @@
 // Reports opens accepted, draws produced, results that break those rules,
 // the longest variant, the process's peak memory and the time taken.
 #include <windows.h>
-#include <psapi.h>
+
+#include <psapi.h>  // after windows.h
 
 #include <algorithm>
 #include <cstdio>
@@ -76,10 +77,10 @@ Bytes ReadFileBytes(const char *path) {
 // Applies one to four random damages; a third of them put an odd value in a
 // header field.
 void Damage(Bytes &b, Rng &rng) {
-  static const DWORD kOdd[] = {0,   1,    2,      3,          7,          8,          63,
-                               64,  65,   99,     100,        101,        255,        256,
-                               4096, 0x10000, kFrames, kFrames + 1, 0x7FFFFFFF, 0x80000000,
-                               0xFFFFFFFF, 0xFFFFFFF8, GVPEAK_MAGIC};
+  static const DWORD kOdd[] = {
+      0,       1,           2,          3,          7,          8,          63,          64,
+      65,      99,          100,        101,        255,        256,        4096,        0x10000,
+      kFrames, kFrames + 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0xFFFFFFF8, GVPEAK_MAGIC};
   constexpr uint32_t kOddCount = sizeof kOdd / sizeof kOdd[0];
   // magic, version, data offset, stamp, bits, channels, frames per element,
   // frames summarised (low, high)
@@ -112,9 +113,10 @@ struct View {
   LONGLONG count;
   int pixels;
 };
-const View kViews[] = {{0, kFrames, 1},     {0, kFrames, 7},         {0, kFrames, 64},
-                       {0, kFrames, 172},   {0, 4 * kFrames, 400},   {kFrames / 2, kFrames, 20},
-                       {0, kFrames, 32768}, {~0ull - kFrames, kFrames, 3}};
+const View kViews[] = {{0, kFrames, 1},       {0, kFrames, 7},
+                       {0, kFrames, 64},      {0, kFrames, 172},
+                       {0, 4 * kFrames, 400}, {kFrames / 2, kFrames, 20},
+                       {0, kFrames, 32768},   {~0ull - kFrames, kFrames, 3}};
 
 // Every draw of every view (both channels, then each channel, then a channel
 // the peak lacks); the values of the draws that failed stay as filled.
@@ -129,9 +131,9 @@ Draws DrawAll(tGVAUDIOPEAK *peak, uint64_t *produced) {
   for (const View &v : kViews) {
     for (int ch = -1; ch < 3; ++ch) {
       std::fill(out.begin(), out.end(), short(0x5A5A));
-      const BOOL ok = ch < 0 ? GvPeak_GetDrawData(peak, v.first, v.count, out.data(), v.pixels)
-                             : GvPeak_GetChanDrawData(peak, DWORD(ch), v.first, v.count,
-                                                      out.data(), v.pixels);
+      const BOOL ok =
+          ch < 0 ? GvPeak_GetDrawData(peak, v.first, v.count, out.data(), v.pixels)
+                 : GvPeak_GetChanDrawData(peak, DWORD(ch), v.first, v.count, out.data(), v.pixels);
       *produced += ok != FALSE;
       d.ok.push_back(ok);
       d.values.insert(d.values.end(), out.begin(), out.begin() + (ch < 0 ? 4 : 2) * v.pixels);
@@ -161,8 +163,9 @@ int main(int argc, char **argv) {
   GetTempPathA(MAX_PATH, dir);
   GetTempFileNameA(dir, "gvq", 0, source);
   Bytes wave(44 + kFrames * 4);
-  const DWORD head[11] = {0x46464952, 36 + kFrames * 4, 0x45564157, 0x20746D66, 16, 0x00020001,
-                          44100,      44100 * 4,        0x00100004, 0x61746164, kFrames * 4};
+  const DWORD head[11] = {0x46464952, 36 + kFrames * 4, 0x45564157, 0x20746D66,
+                          16,         0x00020001,       44100,      44100 * 4,
+                          0x00100004, 0x61746164,       kFrames * 4};
   std::memcpy(wave.data(), head, 44);
   for (DWORD i = 0; i < 2 * kFrames; ++i) {
     const short v = short(((i * 7919u) % 60001u) - 30000);
@@ -261,14 +264,17 @@ int main(int argc, char **argv) {
               static_cast<unsigned long long>(2 * st.variants));
   std::printf("draws produced      %llu\n", static_cast<unsigned long long>(st.draws));
   std::printf("open-data calls     %llu reused, %llu rebuilt\n",
-              static_cast<unsigned long long>(st.reused), static_cast<unsigned long long>(st.rebuilt));
+              static_cast<unsigned long long>(st.reused),
+              static_cast<unsigned long long>(st.rebuilt));
   std::printf("crashes, hangs      0, 0\n");
   std::printf("unexpected results  %llu %s\n", static_cast<unsigned long long>(st.unexpected),
               st.firstUnexpected.c_str());
   std::printf("longest variant     %.3f ms (variant %llu)\n", st.longestMs,
               static_cast<unsigned long long>(st.longestVariant));
-  std::printf("peak working set    %lu KiB\n", static_cast<unsigned long>(pmc.PeakWorkingSetSize / 1024));
-  std::printf("peak private bytes  %lu KiB\n", static_cast<unsigned long>(pmc.PeakPagefileUsage / 1024));
+  std::printf("peak working set    %lu KiB\n",
+              static_cast<unsigned long>(pmc.PeakWorkingSetSize / 1024));
+  std::printf("peak private bytes  %lu KiB\n",
+              static_cast<unsigned long>(pmc.PeakPagefileUsage / 1024));
   std::printf("total time          %.1f s (%.1f us per variant)\n", elapsed / 1000.0,
               st.variants ? elapsed * 1000.0 / double(st.variants) : 0.0);
   return st.unexpected ? 1 : 0;

@@ -259,6 +259,34 @@ TEST(PeakFile, WholeSixteenBitElementsForEveryChannelCount) {
   }
 }
 
+// Draw data over eleven elements: the minimum in the last one (past the whole
+// vectors a draw scans at once), the maximum in the second.
+TEST(PeakFile, DrawDataFindsExtremesInAnyElementOfAPixel) {
+  const struct { WORD channels; } cases[] = {{1}, {2}, {3}};
+  FOR_EACH_CASE(cases) {
+    TempDir dir;
+    const DWORD ch = c.channels, frames = 11 * 256;
+    std::vector<short> data(size_t(frames) * ch), want;
+    for (DWORD k = 0; k < frames * ch; ++k) data[k] = short(10 * (k / ch / 256) + k % ch);
+    for (int i = 0; i < int(ch); ++i) {
+      data[(10 * 256 + 3) * ch + i] = short(-1000 - i);
+      data[(256 + 7) * ch + i] = short(2000 + i);
+      if (i < 2) want.insert(want.end(), {short(-1000 - i), short(2000 + i)});
+    }
+    const WAVEFORMATEX w = Pcm(WAVE_FORMAT_PCM, 16, c.channels);
+    tGVAUDIOPEAK *p = nullptr;
+    ASSERT_EQ(GvPeak_CreateEx(&p, ch, FALSE, (dir / "x.wav").c_str(), nullptr), 0);
+    ASSERT_EQ(GvPeak_WritePeakData(p, &w, data.data(), frames), S_OK);
+    std::vector<short> out(4);
+    ASSERT_TRUE(GvPeak_GetDrawData(p, 0, frames, out.data(), 1));
+    EXPECT_EQ(std::vector<short>(out.begin(), out.begin() + want.size()), want);
+    ASSERT_TRUE(GvPeak_GetChanDrawData(p, ch - 1, 0, frames, out.data(), 1));
+    EXPECT_EQ(out[0], -1000 - int(ch - 1));
+    EXPECT_EQ(out[1], 2000 + int(ch - 1));
+    GvPeak_FreeEx(p, TRUE);
+  }
+}
+
 // Seeded damage to a built peak file: open refuses it or draws from it, and
 // the open-data call rebuilds exactly what open refused.
 TEST(PeakFile, DamagedFilesAreRefusedOrRebuilt) {
