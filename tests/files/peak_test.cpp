@@ -259,19 +259,22 @@ TEST(PeakFile, WholeSixteenBitElementsForEveryChannelCount) {
   }
 }
 
-// Draw data over eleven elements: the minimum in the last one (past the whole
-// vectors a draw scans at once), the maximum in the second.
+// Draw data over eleven elements, each channel's values 10e + channel: the
+// minimum planted in element 3, the maximum in the last one (past the whole
+// vectors a draw scans at once); over the first eight the maximum is 70 + c.
 TEST(PeakFile, DrawDataFindsExtremesInAnyElementOfAPixel) {
   const struct { WORD channels; } cases[] = {{1}, {2}, {3}};
   FOR_EACH_CASE(cases) {
     TempDir dir;
     const DWORD ch = c.channels, frames = 11 * 256;
-    std::vector<short> data(size_t(frames) * ch), want;
+    std::vector<short> data(size_t(frames) * ch), whole, firstEight;
     for (DWORD k = 0; k < frames * ch; ++k) data[k] = short(10 * (k / ch / 256) + k % ch);
     for (int i = 0; i < int(ch); ++i) {
-      data[(10 * 256 + 3) * ch + i] = short(-1000 - i);
-      data[(256 + 7) * ch + i] = short(2000 + i);
-      if (i < 2) want.insert(want.end(), {short(-1000 - i), short(2000 + i)});
+      data[(3 * 256 + 9) * ch + i] = short(-1000 - i);
+      data[(10 * 256 + 7) * ch + i] = short(2000 + i);
+      if (i > 1) continue;
+      whole.insert(whole.end(), {short(-1000 - i), short(2000 + i)});
+      firstEight.insert(firstEight.end(), {short(-1000 - i), short(70 + i)});
     }
     const WAVEFORMATEX w = Pcm(WAVE_FORMAT_PCM, 16, c.channels);
     tGVAUDIOPEAK *p = nullptr;
@@ -279,7 +282,9 @@ TEST(PeakFile, DrawDataFindsExtremesInAnyElementOfAPixel) {
     ASSERT_EQ(GvPeak_WritePeakData(p, &w, data.data(), frames), S_OK);
     std::vector<short> out(4);
     ASSERT_TRUE(GvPeak_GetDrawData(p, 0, frames, out.data(), 1));
-    EXPECT_EQ(std::vector<short>(out.begin(), out.begin() + want.size()), want);
+    EXPECT_EQ(std::vector<short>(out.begin(), out.begin() + whole.size()), whole);
+    ASSERT_TRUE(GvPeak_GetDrawData(p, 0, 8 * 256, out.data(), 1));
+    EXPECT_EQ(std::vector<short>(out.begin(), out.begin() + whole.size()), firstEight);
     ASSERT_TRUE(GvPeak_GetChanDrawData(p, ch - 1, 0, frames, out.data(), 1));
     EXPECT_EQ(out[0], -1000 - int(ch - 1));
     EXPECT_EQ(out[1], 2000 + int(ch - 1));
