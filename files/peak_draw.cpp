@@ -1,6 +1,8 @@
 // Draw data: the elements under each pixel reduced to one minimum and one
 // maximum per channel, read in large pieces through the scratch buffer, or
 // through the element cache when the whole view fits in it.
+#include <emmintrin.h>
+
 #include <cstring>
 
 #include "files/peak.h"
@@ -47,6 +49,43 @@ class ElementReader {
   uint64_t first_, count_;
 };
 
+// Folds `count` elements of `stride` values (min, max per channel) into lo
+// and hi for channels ch[0 .. n-1]. When those are all the element's one or
+// two channels, SSE2 takes the minimum and maximum over every value and the
+// even lanes give the minima, the odd lanes the maxima.
+void ReduceRun(const short *v, size_t count, DWORD stride, const DWORD *ch, int n, short *lo,
+               short *hi) {
+  size_t i = 0;
+  if (DWORD(2 * n) == stride && ch[0] == 0 && (n == 1 || ch[1] == 1)) {
+    const size_t values = count * stride, whole = values / 8 * 8;
+    __m128i mn = _mm_set1_epi16(32767), mx = _mm_set1_epi16(-32768);
+    for (; i < whole; i += 8) {
+      const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(v + i));
+      mn = _mm_min_epi16(mn, x), mx = _mm_max_epi16(mx, x);
+    }
+    mn = _mm_min_epi16(mn, _mm_shuffle_epi32(mn, 0x4E));
+    mx = _mm_max_epi16(mx, _mm_shuffle_epi32(mx, 0x4E));
+    if (n == 1) {
+      mn = _mm_min_epi16(mn, _mm_shuffle_epi32(mn, 0xB1));
+      mx = _mm_max_epi16(mx, _mm_shuffle_epi32(mx, 0xB1));
+    }
+    alignas(16) short a[8], b[8];
+    _mm_store_si128(reinterpret_cast<__m128i *>(a), mn);
+    _mm_store_si128(reinterpret_cast<__m128i *>(b), mx);
+    for (int k = 0; k < n; ++k) {
+      lo[k] = a[2 * k] < lo[k] ? a[2 * k] : lo[k];
+      hi[k] = b[2 * k + 1] > hi[k] ? b[2 * k + 1] : hi[k];
+    }
+    i = whole / stride;  // whole elements done
+  }
+  for (v += i * stride; i < count; ++i, v += stride) {
+    for (int k = 0; k < n; ++k) {
+      lo[k] = v[2 * ch[k]] < lo[k] ? v[2 * ch[k]] : lo[k];
+      hi[k] = v[2 * ch[k] + 1] > hi[k] ? v[2 * ch[k] + 1] : hi[k];
+    }
+  }
+}
+
 // Reduces channels ch[0 .. n-1] of the elements under each pixel into out
 // (min, max per channel per pixel).
 BOOL Reduce(tGVAUDIOPEAK &p, uint64_t first, int64_t count, const DWORD *ch, int n, short *out,
@@ -81,14 +120,15 @@ BOOL Reduce(tGVAUDIOPEAK &p, uint64_t first, int64_t count, const DWORD *ch, int
     const uint64_t end = (uint64_t(double(i + 1) * step) + first) / per;
     short lo[2] = {32767, 32767}, hi[2] = {-32768, -32768};
     bool any = false;
-    for (; e < end && e < present; ++e) {
+    while (e < end && e < present) {
       const short *v = reader.Get(e, &failed);
       if (!v) break;
       any = true;
-      for (int k = 0; k < n; ++k) {
-        lo[k] = v[2 * ch[k]] < lo[k] ? v[2 * ch[k]] : lo[k];
-        hi[k] = v[2 * ch[k] + 1] > hi[k] ? v[2 * ch[k] + 1] : hi[k];
-      }
+      // All of this pixel's elements the window holds, at once.
+      uint64_t stop = end < present ? end : present;
+      if (stop > reader.first() + reader.count()) stop = reader.first() + reader.count();
+      ReduceRun(v, size_t(stop - e), p.elementSize / 2, ch, n, lo, hi);
+      e = stop;
     }
     e = end;
     for (int k = 0; k < n; ++k) {

@@ -102,18 +102,33 @@ int64_t SummariseInt16(const unsigned char *p, DWORD frames, DWORD channels, DWO
       const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + i));
       lo0 = _mm_min_epi16(lo0, a), hi0 = _mm_max_epi16(hi0, a);
     }
-    alignas(16) int16_t lo[8], hi[8];
-    _mm_store_si128(reinterpret_cast<__m128i *>(lo), _mm_min_epi16(lo0, lo1));
-    _mm_store_si128(reinterpret_cast<__m128i *>(hi), _mm_max_epi16(hi0, hi1));
-    for (DWORD c = 0; c < channels; ++c) {
-      short l = 32767, h = -32768;
-      for (DWORD lane = c; lane < 8; lane += channels) {
-        l = lo[lane] < l ? lo[lane] : l;
-        h = hi[lane] > h ? hi[lane] : h;
-      }
-      *out++ = l;
-      *out++ = h;
+    // Fold the lanes of one channel together in registers (lane l holds
+    // channel l % channels), then interleave minimum and maximum per channel.
+    __m128i lo = _mm_min_epi16(lo0, lo1), hi = _mm_max_epi16(hi0, hi1);
+    if (channels <= 4) {
+      lo = _mm_min_epi16(lo, _mm_shuffle_epi32(lo, 0x4E));
+      hi = _mm_max_epi16(hi, _mm_shuffle_epi32(hi, 0x4E));
     }
+    if (channels <= 2) {
+      lo = _mm_min_epi16(lo, _mm_shuffle_epi32(lo, 0xB1));
+      hi = _mm_max_epi16(hi, _mm_shuffle_epi32(hi, 0xB1));
+    }
+    if (channels == 1) {
+      lo = _mm_min_epi16(lo, _mm_shufflelo_epi16(lo, 0xB1));
+      hi = _mm_max_epi16(hi, _mm_shufflelo_epi16(hi, 0xB1));
+    }
+    const __m128i pairs = _mm_unpacklo_epi16(lo, hi);
+    if (channels == 1) {
+      const int v = _mm_cvtsi128_si32(pairs);
+      std::memcpy(out, &v, 4);
+    } else if (channels == 2) {
+      _mm_storel_epi64(reinterpret_cast<__m128i *>(out), pairs);
+    } else {
+      _mm_storeu_si128(reinterpret_cast<__m128i *>(out), pairs);
+      if (channels == 8)
+        _mm_storeu_si128(reinterpret_cast<__m128i *>(out + 8), _mm_unpackhi_epi16(lo, hi));
+    }
+    out += 2 * channels;
   }
   if (whole * per == frames) return whole;
   return whole + SummariseInt<GV_SAMPLE_INT16>(p + size_t(whole) * samples * 2, frames - whole * per,

@@ -9,6 +9,7 @@
 #include "gvtalc.h"
 #include "support/cases.h"
 #include "support/riff_builders.h"
+#include "support/riff_mutation.h"
 
 namespace gvtest {
 namespace {
@@ -226,6 +227,103 @@ TEST(PeakFile, OpenRefusesEveryWrongField) {
   ASSERT_EQ(GvPeak_OpenDataFromWaveFile(&p, source.c_str(), 0, &how), S_OK);
   EXPECT_EQ(how, DWORD(GVPEAK_REUSED));
   GvPeak_FreeEx(p, FALSE);
+}
+
+// Whole 16-bit elements go through the vector path: each channel's extremes,
+// planted in different lanes of each element, come out per channel.
+TEST(PeakFile, WholeSixteenBitElementsForEveryChannelCount) {
+  const struct { WORD channels; } cases[] = {{1}, {2}, {3}, {4}, {8}};
+  FOR_EACH_CASE(cases) {
+    TempDir dir;
+    const DWORD ch = c.channels, frames = 2 * 256 + 100;  // two whole elements and a part
+    std::vector<short> data(size_t(frames) * ch), want;
+    for (DWORD k = 0; k < frames * ch; ++k) data[k] = short(int(k * 37 % 200) - 100);
+    for (int e = 0; e < 3; ++e) {
+      for (int i = 0; i < int(ch); ++i) {
+        data[(e * 256 + 5 + i * 13) * ch + i] = short(-1000 * (i + 1) - e);
+        data[(e * 256 + 90 - i * 7) * ch + i] = short(1000 * (i + 1) + e);
+        want.insert(want.end(), {short(-1000 * (i + 1) - e), short(1000 * (i + 1) + e)});
+      }
+    }
+    const WAVEFORMATEX w = Pcm(WAVE_FORMAT_PCM, 16, c.channels);
+    tGVAUDIOPEAK *p = nullptr;
+    ASSERT_EQ(GvPeak_CreateEx(&p, ch, FALSE, (dir / "x.wav").c_str(), nullptr), 0);
+    ULONGLONG offset = 0;
+    ASSERT_EQ(GvPeak_WritePeakDataExNew(p, &w, data.data(), frames, &offset), S_OK);
+    GvPeak_FreeEx(p, FALSE);
+    const Bytes disk = ReadAll(dir / "x.gvk");
+    ASSERT_EQ(disk.size(), 64u + 2 * want.size());
+    std::vector<short> got(want.size());
+    std::memcpy(got.data(), &disk[64], 2 * got.size());
+    EXPECT_EQ(got, want);
+  }
+}
+
+// Draw data over eleven elements, each channel's values 10e + channel: the
+// minimum planted in element 3, the maximum in the last one (past the whole
+// vectors a draw scans at once); over the first eight the maximum is 70 + c.
+TEST(PeakFile, DrawDataFindsExtremesInAnyElementOfAPixel) {
+  const struct { WORD channels; } cases[] = {{1}, {2}, {3}};
+  FOR_EACH_CASE(cases) {
+    TempDir dir;
+    const DWORD ch = c.channels, frames = 11 * 256;
+    std::vector<short> data(size_t(frames) * ch), whole, firstEight;
+    for (DWORD k = 0; k < frames * ch; ++k) data[k] = short(10 * (k / ch / 256) + k % ch);
+    for (int i = 0; i < int(ch); ++i) {
+      data[(3 * 256 + 9) * ch + i] = short(-1000 - i);
+      data[(10 * 256 + 7) * ch + i] = short(2000 + i);
+      if (i > 1) continue;
+      whole.insert(whole.end(), {short(-1000 - i), short(2000 + i)});
+      firstEight.insert(firstEight.end(), {short(-1000 - i), short(70 + i)});
+    }
+    const WAVEFORMATEX w = Pcm(WAVE_FORMAT_PCM, 16, c.channels);
+    tGVAUDIOPEAK *p = nullptr;
+    ASSERT_EQ(GvPeak_CreateEx(&p, ch, FALSE, (dir / "x.wav").c_str(), nullptr), 0);
+    ASSERT_EQ(GvPeak_WritePeakData(p, &w, data.data(), frames), S_OK);
+    std::vector<short> out(4);
+    ASSERT_TRUE(GvPeak_GetDrawData(p, 0, frames, out.data(), 1));
+    EXPECT_EQ(std::vector<short>(out.begin(), out.begin() + whole.size()), whole);
+    ASSERT_TRUE(GvPeak_GetDrawData(p, 0, 8 * 256, out.data(), 1));
+    EXPECT_EQ(std::vector<short>(out.begin(), out.begin() + whole.size()), firstEight);
+    ASSERT_TRUE(GvPeak_GetChanDrawData(p, ch - 1, 0, frames, out.data(), 1));
+    EXPECT_EQ(out[0], -1000 - int(ch - 1));
+    EXPECT_EQ(out[1], 2000 + int(ch - 1));
+    GvPeak_FreeEx(p, TRUE);
+  }
+}
+
+// Seeded damage to a built peak file: open refuses it or draws from it, and
+// the open-data call rebuilds exactly what open refused.
+TEST(PeakFile, DamagedFilesAreRefusedOrRebuilt) {
+  TempDir dir;
+  const std::string source = StereoWave(dir, 8);
+  tGVAUDIOPEAK *p = nullptr;
+  DWORD how = 0;
+  short good[8], out[4 * 8];
+  ASSERT_EQ(GvPeak_OpenDataFromWaveFile(&p, source.c_str(), 0, nullptr), S_OK);
+  ASSERT_TRUE(GvPeak_GetDrawData(p, 0, 2048, good, 2));
+  GvPeak_FreeEx(p, FALSE);
+  p = nullptr;
+  const Bytes base = ReadAll(dir / "tone.gvk");
+  riffmut::Rng rng(0x9EA4);
+  for (int variant = 0; variant < 300; ++variant) {
+    SCOPED_TRACE(variant);
+    Bytes b = base;
+    riffmut::Mutate(b, rng);
+    WriteAll(dir / "tone.gvk", b);
+    const int opened = GvPeak_OpenExistingEx(&p, 2, source.c_str(), nullptr, 2048, TRUE);
+    if (opened == 0) GvPeak_GetDrawData(p, 0, 4 * 2048, out, 8);
+    GvPeak_FreeEx(p, FALSE);
+    p = nullptr;
+    ASSERT_EQ(GvPeak_OpenDataFromWaveFile(&p, source.c_str(), 0, &how), S_OK);
+    EXPECT_EQ(how == GVPEAK_REUSED, opened == 0);
+    if (how != GVPEAK_REUSED) {
+      ASSERT_TRUE(GvPeak_GetDrawData(p, 0, 2048, out, 2));
+      EXPECT_EQ(std::memcmp(out, good, sizeof good), 0);
+    }
+    GvPeak_FreeEx(p, FALSE);
+    p = nullptr;
+  }
 }
 
 TEST(PeakFile, TemporaryNamesAndLifetime) {
