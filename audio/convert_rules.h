@@ -15,6 +15,7 @@
 // double.
 #pragma once
 
+#include "audio/cpu.h"
 #include <emmintrin.h>
 #include <immintrin.h>
 
@@ -558,8 +559,6 @@ template <class D, class S> struct GeneralRule {
 // AVX2 (chosen at run time). Same operations in the same order as the SSE2
 // form above, so the bytes are identical.
 
-#define GV_AVX2 __attribute__((target("avx2")))
-#define GV_FORCEINLINE inline __attribute__((always_inline))
 
 // Packed 24-bit samples moved with byte shuffles (SSSE3, present on every
 // AVX2 processor), for the loops compiled for AVX2. Each lane gets the same

@@ -52,15 +52,6 @@ GV_AVX2 void RunAvx2(u8 *d, const u8 *s, DWORD n, const Rule rule) {
   RunBody<D, S, false>(d, s, n, rule);
 }
 
-// Whether the processor and the system support AVX2; asked once.
-bool HasAvx2() {
-  static const bool has = [] {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("avx2") != 0;
-  }();
-  return has;
-}
-
 // The loop every converter runs: chosen by the processor unless a test has
 // forced one.
 std::atomic<ConvertPath> g_forcedPath{ConvertPath::Auto};
@@ -106,6 +97,14 @@ constexpr std::array<GVCONVERTFUNC, 64> kConverters =
     MakeConverters(std::make_index_sequence<64>{});
 
 }  // namespace
+
+bool HasAvx2() {
+  static const bool has = [] {
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx2") != 0;
+  }();
+  return has;
+}
 
 bool ForceConvertPath(ConvertPath path) {
   if (path == ConvertPath::Avx2 && !HasAvx2()) return false;

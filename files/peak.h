@@ -45,4 +45,9 @@ int64_t Summarise(const WAVEFORMATEX &wfx, const void *pData, DWORD frames, DWOR
 HRESULT WriteElements(tGVAUDIOPEAK &p, const WAVEFORMATEX &wfx, const void *data, DWORD frames,
                       uint64_t *offset);
 
+// Writes `count` summarised elements covering `frames` frames at `offset`
+// bytes into the element area, and counts the frames in the header.
+HRESULT WriteSummary(tGVAUDIOPEAK &p, const short *elements, int64_t count, uint64_t frames,
+                     uint64_t *offset);
+
 }  // namespace gv::peak

@@ -112,23 +112,36 @@ HRESULT Build(tGVAUDIOPEAK &p, tGVSAMPLEREADER *reader) {
   const DWORD per = p.header.nFramesPerElement;
   DWORD piece = (0x40000 / w.nBlockAlign) / per * per;
   if (!piece) piece = per;
+  // Elements gather for several pieces and go to the file in one write.
+  const size_t perPiece = piece / per + 1, batch = 16;
   std::vector<unsigned char> buffer;
+  std::vector<short> elements;
   try {
     buffer.resize(size_t(piece) * w.nBlockAlign);
+    elements.resize(perPiece * batch * p.halfElement);
   } catch (...) {
     return E_OUTOFMEMORY;
   }
   const uint64_t total = reader->lpVtbl->GetLength(reader);
-  uint64_t offset = 0;
+  uint64_t offset = 0, pendingFrames = 0;
+  int64_t pending = 0;
   for (uint64_t at = 0; at < total;) {
     const DWORD want = total - at < piece ? DWORD(total - at) : piece;
     DWORD got = 0;
     HRESULT hr = reader->lpVtbl->Read(reader, at, buffer.data(), want, &got);
     if (FAILED(hr)) return hr;
     if (got < want) return E_FAIL;  // the source ended early
-    hr = GvPeak_WritePeakDataExNew(&p, &w, buffer.data(), got, &offset);
-    if (FAILED(hr)) return hr;
+    const int64_t made = Summarise(w, buffer.data(), got, per, &elements[pending * p.halfElement]);
+    if (made < 0) return E_FAIL;
+    pending += made;
+    pendingFrames += got;
     at += got;
+    if (at == total || size_t(pending) + perPiece > perPiece * batch) {
+      hr = WriteSummary(p, elements.data(), pending, pendingFrames, &offset);
+      if (FAILED(hr)) return hr;
+      pending = 0;
+      pendingFrames = 0;
+    }
   }
   return S_OK;
 }

@@ -1,13 +1,14 @@
 // Peak elements: each channel's smallest and largest sample over a run of
 // frames, as 16-bit values, summarised from any sample type and written
 // into the element area.
-#include <emmintrin.h>
+#include <immintrin.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
+#include "audio/cpu.h"
 #include "audio/sampletypes.h"
 #include "files/peak.h"
 
@@ -78,7 +79,42 @@ int64_t SummariseFloat(const unsigned char *p, DWORD frames, DWORD channels, DWO
   return elements;
 }
 
-// 16-bit data with 1, 2, 4 or 8 channels: SSE2 minimum and maximum over
+// The smallest and largest of `samples` 16-bit values (a multiple of 64)
+// with AVX2, folded to eight lanes so that lane l still holds the values
+// of lanes l and l + 8.
+GV_AVX2 void MinMaxAvx2(const int16_t *s, size_t samples, __m128i *lo, __m128i *hi) {
+  __m256i lo0 = _mm256_set1_epi16(32767), hi0 = _mm256_set1_epi16(-32768), lo1 = lo0, hi1 = hi0;
+  for (size_t i = 0; i < samples; i += 32) {
+    const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + i));
+    const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(s + i + 16));
+    lo0 = _mm256_min_epi16(lo0, a), hi0 = _mm256_max_epi16(hi0, a);
+    lo1 = _mm256_min_epi16(lo1, b), hi1 = _mm256_max_epi16(hi1, b);
+  }
+  lo0 = _mm256_min_epi16(lo0, lo1);
+  hi0 = _mm256_max_epi16(hi0, hi1);
+  *lo = _mm_min_epi16(_mm256_castsi256_si128(lo0), _mm256_extracti128_si256(lo0, 1));
+  *hi = _mm_max_epi16(_mm256_castsi256_si128(hi0), _mm256_extracti128_si256(hi0, 1));
+}
+
+// The same with SSE2, for `samples` a multiple of 8.
+void MinMaxSse2(const int16_t *s, size_t samples, __m128i *lo, __m128i *hi) {
+  __m128i lo0 = _mm_set1_epi16(32767), hi0 = _mm_set1_epi16(-32768), lo1 = lo0, hi1 = hi0;
+  size_t i = 0;
+  for (; i + 16 <= samples; i += 16) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + i));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + i + 8));
+    lo0 = _mm_min_epi16(lo0, a), hi0 = _mm_max_epi16(hi0, a);
+    lo1 = _mm_min_epi16(lo1, b), hi1 = _mm_max_epi16(hi1, b);
+  }
+  for (; i < samples; i += 8) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + i));
+    lo0 = _mm_min_epi16(lo0, a), hi0 = _mm_max_epi16(hi0, a);
+  }
+  *lo = _mm_min_epi16(lo0, lo1);
+  *hi = _mm_max_epi16(hi0, hi1);
+}
+
+// 16-bit data with 1, 2, 4 or 8 channels: SSE2 (or AVX2) minimum and maximum over
 // whole elements (lane l holds channel l % channels), the rest as above.
 int64_t SummariseInt16(const unsigned char *p, DWORD frames, DWORD channels, DWORD per,
                        short *out) {
@@ -88,23 +124,14 @@ int64_t SummariseInt16(const unsigned char *p, DWORD frames, DWORD channels, DWO
   const int16_t *d = reinterpret_cast<const int16_t *>(p);
   const DWORD whole = frames / per;
   const size_t samples = size_t(per) * channels;
+  const bool avx2 = samples % 64 == 0 && audio::HasAvx2();
   for (DWORD e = 0; e < whole; ++e) {
     const int16_t *s = d + e * samples;
-    __m128i lo0 = _mm_set1_epi16(32767), hi0 = _mm_set1_epi16(-32768), lo1 = lo0, hi1 = hi0;
-    size_t i = 0;
-    for (; i + 16 <= samples; i += 16) {
-      const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + i));
-      const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + i + 8));
-      lo0 = _mm_min_epi16(lo0, a), hi0 = _mm_max_epi16(hi0, a);
-      lo1 = _mm_min_epi16(lo1, b), hi1 = _mm_max_epi16(hi1, b);
-    }
-    for (; i < samples; i += 8) {
-      const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i *>(s + i));
-      lo0 = _mm_min_epi16(lo0, a), hi0 = _mm_max_epi16(hi0, a);
-    }
+    __m128i lo, hi;
+    if (avx2) MinMaxAvx2(s, samples, &lo, &hi);
+    else MinMaxSse2(s, samples, &lo, &hi);
     // Fold the lanes of one channel together in registers (lane l holds
     // channel l % channels), then interleave minimum and maximum per channel.
-    __m128i lo = _mm_min_epi16(lo0, lo1), hi = _mm_max_epi16(hi0, hi1);
     if (channels <= 4) {
       lo = _mm_min_epi16(lo, _mm_shuffle_epi32(lo, 0x4E));
       hi = _mm_max_epi16(hi, _mm_shuffle_epi32(hi, 0x4E));
@@ -174,18 +201,23 @@ HRESULT WriteElements(tGVAUDIOPEAK &p, const WAVEFORMATEX &wfx, const void *data
   }
   const int64_t made = Summarise(wfx, data, frames, per, elements.data());
   if (made < 0) return E_FAIL;
+  return WriteSummary(p, elements.data(), made, frames, offset);
+}
+
+HRESULT WriteSummary(tGVAUDIOPEAK &p, const short *elements, int64_t count, uint64_t frames,
+                     uint64_t *offset) {
   if (GvPeak_PeakFileOpen(&p, GENERIC_READ | GENERIC_WRITE) != S_OK) return E_FAIL;
-  const DWORD bytes = DWORD(made) * p.elementSize;
+  const DWORD bytes = DWORD(count) * p.elementSize;
   LARGE_INTEGER at;
   at.QuadPart = LONGLONG(p.header.dwDataOffset + *offset);
   DWORD put = 0;
   if (!SetFilePointerEx(p.file, at, nullptr, FILE_BEGIN) ||
-      !WriteFile(p.file, elements.data(), bytes, &put, nullptr) || put != bytes)
+      !WriteFile(p.file, elements, bytes, &put, nullptr) || put != bytes)
     return E_FAIL;
   // Cached elements the write replaced are stale now.
   const uint64_t firstWritten = *offset / p.elementSize;
   if (p.cacheCount && firstWritten < uint64_t(p.cacheFirst) + p.cacheCount &&
-      uint64_t(p.cacheFirst) < firstWritten + made) {
+      uint64_t(p.cacheFirst) < firstWritten + count) {
     p.cacheFirst = 0xFFFFFFFF;
     p.cacheCount = 0;
   }
