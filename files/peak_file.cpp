@@ -132,20 +132,24 @@ GVAPI(HRESULT) GvPeak_CreateDirectPeakName(LPCSTR pszSource, LPSTR pszOut, UINT 
 
 GVAPI(HRESULT) GvPeak_FreeEx(tGVAUDIOPEAK *p, BOOL bDiscard) {
   if (!p) return S_OK;
-  if (p->file != INVALID_HANDLE_VALUE) CloseHandle(p->file);
-  p->file = INVALID_HANDLE_VALUE;
+  // Cached elements and the stamped header go through the handle when it
+  // is open for writing, else through one opened for them.
   FlushCache(*p);
   if (!p->temporary && !bDiscard && p->peakName[0]) {
     const DWORD stamp = GvDosGetDateTime(p->sourceName);
     if (p->modified || stamp != p->header.dwSourceStamp) {
       p->header.dwSourceStamp = stamp;
-      HANDLE file = CreateNamed(p->peakName, OPEN_EXISTING);
-      if (file != INVALID_HANDLE_VALUE) {
-        WriteHeader(file, p->header);
-        CloseHandle(file);
+      if (p->file == INVALID_HANDLE_VALUE || !WriteHeader(p->file, p->header)) {
+        GvPeak_PeakFileClose(p);
+        HANDLE file = CreateNamed(p->peakName, OPEN_EXISTING);
+        if (file != INVALID_HANDLE_VALUE) {
+          WriteHeader(file, p->header);
+          CloseHandle(file);
+        }
       }
     }
   }
+  GvPeak_PeakFileClose(p);
   if ((p->temporary || bDiscard) && p->peakName[0]) DeleteFileA(p->peakName);
   std::free(p);
   return S_OK;

@@ -105,12 +105,12 @@ WaveReader *OpenWave(const char *name) {
 }
 
 // Reads the whole source through the reader into the new peak file, in
-// pieces of whole elements of about 256 KiB (small enough to be summarised
-// while still in the processor cache).
+// pieces of whole elements of about 512 KiB (the fastest here: small
+// enough to be summarised while still in the processor cache).
 HRESULT Build(tGVAUDIOPEAK &p, tGVSAMPLEREADER *reader) {
   const WAVEFORMATEX &w = *reader->lpVtbl->GetFormat(reader);
   const DWORD per = p.header.nFramesPerElement;
-  DWORD piece = (0x40000 / w.nBlockAlign) / per * per;
+  DWORD piece = (0x80000 / w.nBlockAlign) / per * per;
   if (!piece) piece = per;
   // Elements gather for several pieces and go to the file in one write.
   const size_t perPiece = piece / per + 1, batch = 16;
