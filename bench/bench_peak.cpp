@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bench/bench_clock.h"
+#include "bench/bench_support.h"
 #include "gvtalc.h"
 
 namespace {
@@ -19,12 +20,6 @@ namespace {
 constexpr DWORD kPiece = 1u << 20;
 constexpr DWORD kHeader = 44;
 
-std::string TempName(const char *prefix) {
-  char dir[MAX_PATH], name[MAX_PATH];
-  GetTempPathA(MAX_PATH, dir);
-  GetTempFileNameA(dir, prefix, 0, name);
-  return name;
-}
 
 // Programme-like 16-bit stereo material: two tones under a slow swell with a
 // little noise, peaking near -1 dBFS, the channels slightly apart.

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/bench_support.h"
 #include "gvtalc.h"
 #include "tests/support/riff_mutation.h"
 
@@ -30,33 +31,6 @@ using Bytes = gvtest::Bytes;
 
 constexpr DWORD kFrames = 44100;  // one second of 16-bit stereo
 
-volatile LONG64 g_currentVariant = -1;
-volatile LONG64 g_variantStart = 0;  // QueryPerformanceCounter, 0 between variants
-
-LONG WINAPI OnCrash(EXCEPTION_POINTERS *info) {
-  std::printf("CRASH: exception 0x%08lX in variant %lld\n",
-              static_cast<unsigned long>(info->ExceptionRecord->ExceptionCode),
-              static_cast<long long>(g_currentVariant));
-  std::fflush(stdout);
-  ExitProcess(2);
-}
-
-DWORD WINAPI Watchdog(void *) {
-  LARGE_INTEGER freq;
-  QueryPerformanceFrequency(&freq);
-  for (;;) {
-    Sleep(500);
-    const LONG64 start = g_variantStart;
-    LARGE_INTEGER now;
-    QueryPerformanceCounter(&now);
-    if (start && now.QuadPart - start > 10 * freq.QuadPart) {
-      std::printf("HANG: variant %lld ran for more than 10 s\n",
-                  static_cast<long long>(g_currentVariant));
-      std::fflush(stdout);
-      ExitProcess(3);
-    }
-  }
-}
 
 void WriteFileBytes(const char *path, const Bytes &b) {
   HANDLE h = CreateFileA(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
@@ -154,8 +128,7 @@ struct Stats {
 int main(int argc, char **argv) {
   const unsigned long long variants = argc > 1 ? std::strtoull(argv[1], nullptr, 0) : 100000;
   const unsigned long long seed = argc > 2 ? std::strtoull(argv[2], nullptr, 0) : 0x9EA40001;
-  SetUnhandledExceptionFilter(OnCrash);
-  CreateThread(nullptr, 0, Watchdog, nullptr, 0, nullptr);
+  GuardStressRun();
 
   // The source: one second of a stereo tone; it stays unchanged (its stamp
   // is what a peak file must carry to be accepted).
@@ -207,7 +180,7 @@ int main(int argc, char **argv) {
     g_currentVariant = LONG64(st.variants);
     LARGE_INTEGER a, b;
     QueryPerformanceCounter(&a);
-    g_variantStart = a.QuadPart;
+    g_stepStart = a.QuadPart;
     int accepted = 0;
     for (BOOL readOnly : {TRUE, FALSE}) {
       WriteFileBytes(peakName, bytes);
@@ -245,7 +218,7 @@ int main(int argc, char **argv) {
     GvPeak_FreeEx(peak, FALSE);
     peak = nullptr;
     QueryPerformanceCounter(&b);
-    g_variantStart = 0;
+    g_stepStart = 0;
     const double ms = double(b.QuadPart - a.QuadPart) * 1000.0 / double(freq.QuadPart);
     if (ms > st.longestMs) st.longestMs = ms, st.longestVariant = st.variants;
   }

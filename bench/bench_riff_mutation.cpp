@@ -14,42 +14,13 @@
 #include <cstdlib>
 #include <string>
 
+#include "bench/bench_support.h"
 #include "gvtalc.h"
 #include "tests/support/riff_mutation.h"
 
 namespace {
 
 namespace riffmut = gvtest::riffmut;
-
-// The variant being searched, for crash and hang reports.
-volatile LONG64 g_currentVariant = -1;
-// QueryPerformanceCounter at the start of the running search (0 when none).
-volatile LONG64 g_searchStart = 0;
-
-LONG WINAPI OnCrash(EXCEPTION_POINTERS *info) {
-  std::printf("CRASH: exception 0x%08lX in variant %lld\n",
-              static_cast<unsigned long>(info->ExceptionRecord->ExceptionCode),
-              static_cast<long long>(g_currentVariant));
-  std::fflush(stdout);
-  ExitProcess(2);
-}
-
-DWORD WINAPI Watchdog(void *) {
-  LARGE_INTEGER freq;
-  QueryPerformanceFrequency(&freq);
-  for (;;) {
-    Sleep(500);
-    LONG64 start = g_searchStart;
-    LARGE_INTEGER now;
-    QueryPerformanceCounter(&now);
-    if (start && now.QuadPart - start > 10 * freq.QuadPart) {
-      std::printf("HANG: a search in variant %lld ran for more than 10 s\n",
-                  static_cast<long long>(g_currentVariant));
-      std::fflush(stdout);
-      ExitProcess(3);
-    }
-  }
-}
 
 struct Stats {
   uint64_t variants = 0;
@@ -71,10 +42,10 @@ Stats Run(HANDLE file, const char *probePath, uint64_t seed, uint64_t count) {
   auto timed = [&](auto search) {
     LARGE_INTEGER a, b;
     QueryPerformanceCounter(&a);
-    g_searchStart = a.QuadPart;
+    g_stepStart = a.QuadPart;
     const auto result = search();
     QueryPerformanceCounter(&b);
-    g_searchStart = 0;
+    g_stepStart = 0;
     const double ms = static_cast<double>(b.QuadPart - a.QuadPart) / ticksPerMs;
     if (ms > st.longestSearchMs) st.longestSearchMs = ms, st.longestVariant = st.variants;
     ++st.searches;
@@ -106,8 +77,7 @@ Stats Run(HANDLE file, const char *probePath, uint64_t seed, uint64_t count) {
 int main(int argc, char **argv) {
   unsigned long long variants = argc > 1 ? std::strtoull(argv[1], nullptr, 0) : 100000;
   unsigned long long seed = argc > 2 ? std::strtoull(argv[2], nullptr, 0) : 0x5EED0001;
-  SetUnhandledExceptionFilter(OnCrash);
-  CreateThread(nullptr, 0, Watchdog, nullptr, 0, nullptr);
+  GuardStressRun();
 
   char dir[MAX_PATH], path[MAX_PATH];
   GetTempPathA(MAX_PATH, dir);

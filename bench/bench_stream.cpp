@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "bench/bench_clock.h"
+#include "bench/bench_support.h"
 #include "gvtalc.h"
 
 namespace {
@@ -19,12 +20,6 @@ namespace {
 constexpr DWORD kPiece = 0x20000;
 constexpr DWORD kHeader = 44;
 
-std::string TempName(const char *prefix) {
-  char dir[MAX_PATH], name[MAX_PATH];
-  GetTempPathA(MAX_PATH, dir);
-  GetTempFileNameA(dir, prefix, 0, name);
-  return name;
-}
 
 double Best(int runs, double (*f)(void *), void *arg) {
   double best = 1e30;
