@@ -21,23 +21,29 @@ const bool gBreakHandler = SetConsoleCtrlHandler(OnConsoleBreak, TRUE) != 0;
 
 bool Interrupted() { return gInterrupted != 0; }
 
+namespace {
+
+// "gvtool: " and the message on stderr, after whatever was shown before it.
+void Report(const char *format, std::va_list args, const char *tail) {
+  std::fflush(stdout);
+  std::fputs("gvtool: ", stderr);
+  std::vfprintf(stderr, format, args);
+  std::fputs(tail, stderr);
+}
+
+}  // namespace
+
 void Error(const char *format, ...) {
   std::va_list args;
   va_start(args, format);
-  std::fflush(stdout);  // errors follow what was shown before them
-  std::fputs("gvtool: ", stderr);
-  std::vfprintf(stderr, format, args);
-  std::fputc('\n', stderr);
+  Report(format, args, "\n");
   va_end(args);
 }
 
 int UsageError(const char *format, ...) {
   std::va_list args;
   va_start(args, format);
-  std::fflush(stdout);  // errors follow what was shown before them
-  std::fputs("gvtool: ", stderr);
-  std::vfprintf(stderr, format, args);
-  std::fputs(" (try --help)\n", stderr);
+  Report(format, args, " (try --help)\n");
   va_end(args);
   return kUsage;
 }

@@ -9,20 +9,13 @@
 #include <random>
 #include <vector>
 
+#include "audio/reference_model.h"
 #include "gvtalc.h"
 #include "support/cases.h"
 
 namespace {
 
-WAVEFORMATEX Wfx(WORD tag, WORD bits, WORD channels) {
-  WAVEFORMATEX w{};
-  w.wFormatTag = tag;
-  w.wBitsPerSample = bits;
-  w.nChannels = channels;
-  w.nBlockAlign = WORD(channels * (bits / 8));
-  w.nSamplesPerSec = 44100;
-  return w;
-}
+using audiotest::Wfx;
 
 // The search as the rules state it, one channel at a time, on values read
 // as doubles. full: full-scale magnitude; floatRule: the float32 search.

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "audio/reference_model.h"
 #include "gvtalc.h"
 #include "support/cases.h"
 #include "support/riff_builders.h"
@@ -14,15 +15,7 @@
 namespace gvtest {
 namespace {
 
-WAVEFORMATEX Pcm(WORD tag, WORD bits, WORD channels) {
-  WAVEFORMATEX w{};
-  w.wFormatTag = tag;
-  w.nChannels = channels;
-  w.nSamplesPerSec = 44100;
-  w.wBitsPerSample = bits;
-  w.nBlockAlign = WORD(channels * bits / 8);
-  return w;
-}
+using audiotest::Wfx;
 
 // A folder of its own in the temporary folder, emptied and removed at the end.
 struct TempDir {
@@ -118,7 +111,7 @@ TEST(PeakFile, ElementsAndHeaderOnDisk) {
   };
   FOR_EACH_CASE(cases) {
     TempDir dir;
-    const WAVEFORMATEX w = Pcm(c.tag, c.bits, 1);
+    const WAVEFORMATEX w = Wfx(c.tag, c.bits, 1);
     Bytes data(c.samples.size() * w.nBlockAlign);
     for (size_t i = 0; i < c.samples.size(); ++i) {
       if (c.tag == WAVE_FORMAT_IEEE_FLOAT) {
@@ -150,7 +143,7 @@ TEST(PeakFile, ThousandMonoFramesGiveFourElementsAndAStampedHeader) {
   WriteAll(source, Bytes(10, 1));
   std::vector<short> samples(1000);
   for (int i = 0; i < 1000; ++i) samples[i] = short(i - 500);
-  const WAVEFORMATEX w = Pcm(WAVE_FORMAT_PCM, 16, 1);
+  const WAVEFORMATEX w = Wfx(WAVE_FORMAT_PCM, 16, 1);
   tGVAUDIOPEAK *p = nullptr;
   ASSERT_EQ(GvPeak_CreateEx(&p, 1, FALSE, source.c_str(), nullptr), 0);
   EXPECT_EQ(GvPeak_GetCellsPerElementEx(p), 256u);
@@ -245,7 +238,7 @@ TEST(PeakFile, WholeSixteenBitElementsForEveryChannelCount) {
         want.insert(want.end(), {short(-1000 * (i + 1) - e), short(1000 * (i + 1) + e)});
       }
     }
-    const WAVEFORMATEX w = Pcm(WAVE_FORMAT_PCM, 16, c.channels);
+    const WAVEFORMATEX w = Wfx(WAVE_FORMAT_PCM, 16, c.channels);
     tGVAUDIOPEAK *p = nullptr;
     ASSERT_EQ(GvPeak_CreateEx(&p, ch, FALSE, (dir / "x.wav").c_str(), nullptr), 0);
     ULONGLONG offset = 0;
@@ -276,7 +269,7 @@ TEST(PeakFile, DrawDataFindsExtremesInAnyElementOfAPixel) {
       whole.insert(whole.end(), {short(-1000 - i), short(2000 + i)});
       firstEight.insert(firstEight.end(), {short(-1000 - i), short(70 + i)});
     }
-    const WAVEFORMATEX w = Pcm(WAVE_FORMAT_PCM, 16, c.channels);
+    const WAVEFORMATEX w = Wfx(WAVE_FORMAT_PCM, 16, c.channels);
     tGVAUDIOPEAK *p = nullptr;
     ASSERT_EQ(GvPeak_CreateEx(&p, ch, FALSE, (dir / "x.wav").c_str(), nullptr), 0);
     ASSERT_EQ(GvPeak_WritePeakData(p, &w, data.data(), frames), S_OK);
@@ -390,7 +383,7 @@ TEST(PeakFile, DrawDataPerPixelForMonoAndStereo) {
 TEST(PeakFile, MemoryStreamsKeepTheirPeaksInATemporaryFile) {
   std::vector<float> mono(1024);
   for (size_t i = 0; i < mono.size(); ++i) mono[i] = (i == 700) ? -0.5f : 0.25f;
-  const WAVEFORMATEX w = Pcm(WAVE_FORMAT_IEEE_FLOAT, 32, 1);
+  const WAVEFORMATEX w = Wfx(WAVE_FORMAT_IEEE_FLOAT, 32, 1);
   tGVPEAKSTREAM *s = nullptr;
   ASSERT_EQ(GvPeakEx_CreateMemStream(&s, &w, mono.data(), 1024, FALSE), S_OK);
   tGVAUDIOPEAK *p = GvPeakEx_GetPeak(s);
@@ -403,7 +396,7 @@ TEST(PeakFile, MemoryStreamsKeepTheirPeaksInATemporaryFile) {
   EXPECT_EQ(out[2], -16384);
   GvPeakEx_Free(s);
   EXPECT_FALSE(GvDoesFileExist(name.c_str()));
-  const WAVEFORMATEX adpcm = Pcm(2, 4, 1);
+  const WAVEFORMATEX adpcm = Wfx(2, 4, 1);
   EXPECT_EQ(GvPeakEx_CreateMemStream(&s, &adpcm, mono.data(), 10, FALSE), E_FAIL);
   EXPECT_EQ(GvPeakEx_CreateMemStream(&s, &w, mono.data(), 0, FALSE), E_FAIL);
 }
