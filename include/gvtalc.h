@@ -15,6 +15,7 @@
 #include "gvconvert.h"
 #include "gvsamples.h"
 #include "gvlist.h"
+#include "gvqueue.h"
 #include "gvriff.h"
 #include "gvstream.h"
 #include "gvpeak.h"

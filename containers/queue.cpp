@@ -1,0 +1,181 @@
+// The intrusive queue. The record is the sentinel of a circular list of
+// caller-owned nodes; the lock guards the links and `state`, and the event
+// lets consumers sleep while the queue is empty.
+//
+// Setting or resetting an event costs a trip into the kernel (far more
+// under Wine than the list work), so the queue touches its event only when
+// a consumer must sleep: `state` says whether the event is set. An insert
+// sets it only when it is known to be reset, and the removal that empties
+// the queue leaves it set; the consumer that is about to wait on an empty
+// queue resets it first. So the event is set whenever a node is there,
+// and a producer and a consumer that keep pace never touch it.
+#include "containers/queue.h"
+
+#include <cstddef>
+
+namespace gv::queue {
+namespace {
+
+static_assert(offsetof(GVQUEUE, first) == offsetof(GVQUEUENODE, next) &&
+                  offsetof(GVQUEUE, last) == offsetof(GVQUEUENODE, prev),
+              "the queue record is laid out like a node");
+
+enum : LONG { kEventReset = 0, kEventSet = 1 };
+// Producers and consumers hold the lock for a few dozen instructions:
+// spinning briefly is far cheaper than sleeping in the kernel.
+constexpr DWORD kLockSpins = 4000;
+
+GVQUEUENODE *Sentinel(GVQUEUE *q) { return reinterpret_cast<GVQUEUENODE *>(q); }
+
+// Read without the lock: another thread may change them at any moment.
+HANDLE LoadEvent(const GVQUEUE *q) { return *static_cast<HANDLE const volatile *>(&q->event); }
+GVQUEUENODE *LoadFirst(const GVQUEUE *q) {
+  return *static_cast<GVQUEUENODE *const volatile *>(&q->first);
+}
+
+class Lock {
+ public:
+  explicit Lock(GVQUEUE *q) : q_(q) { EnterCriticalSection(&q_->lock); }
+  ~Lock() { LeaveCriticalSection(&q_->lock); }
+  Lock(const Lock &) = delete;
+  Lock &operator=(const Lock &) = delete;
+
+ private:
+  GVQUEUE *q_;
+};
+
+bool IsEmpty(GVQUEUE *q) { return q->first == Sentinel(q); }
+
+// Under the lock, on an empty queue: the caller is about to wait, so the
+// event must not still be set from the last removal or a flush.
+void ResetBeforeWaiting(GVQUEUE *q) {
+  if (q->state == kEventSet) {
+    ResetEvent(q->event);
+    q->state = kEventReset;
+  }
+}
+
+// Under the lock: the first node, unlinked and with its links cleared.
+GVQUEUENODE *TakeFirst(GVQUEUE *q) {
+  GVQUEUENODE *node = q->first;
+  GVQUEUENODE *after = node->next;
+  q->first = after;
+  if (after == Sentinel(q)) q->last = Sentinel(q);
+  else after->prev = Sentinel(q);
+  node->next = nullptr;
+  node->prev = nullptr;
+  return node;
+}
+
+}  // namespace
+
+bool Initialize(GVQUEUE *q) {
+  if (!q) return false;
+  if (!q->event) {
+    HANDLE event = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    if (!event) return false;
+    InitializeCriticalSectionAndSpinCount(&q->lock, kLockSpins);
+    q->first = q->last = Sentinel(q);
+    q->state = kEventReset;
+    q->event = event;
+    return true;
+  }
+  Lock lock(q);  // live already: only its links are emptied
+  q->first = q->last = Sentinel(q);
+  return true;
+}
+
+void Delete(GVQUEUE *q) {
+  if (!q) return;
+  // Only the caller that takes the event out goes on; waiters that wake see
+  // it gone and leave without touching the lock.
+  HANDLE event = InterlockedExchangePointer(&q->event, nullptr);
+  if (!event) return;
+  SetEvent(event);
+  CloseHandle(event);
+  EnterCriticalSection(&q->lock);  // lets any thread inside finish
+  LeaveCriticalSection(&q->lock);
+  q->first = q->last = Sentinel(q);
+  q->state = kEventReset;
+  DeleteCriticalSection(&q->lock);
+}
+
+void Flush(GVQUEUE *q) {
+  if (!q || !LoadEvent(q)) return;
+  Lock lock(q);
+  q->first = q->last = Sentinel(q);
+  // Set although empty, to wake every waiting consumer: that is what a
+  // flush is for.
+  if (q->event) SetEvent(q->event);
+  q->state = kEventSet;
+}
+
+bool Insert(GVQUEUE *q, GVQUEUENODE *node) {
+  if (!q || !node || node == Sentinel(q) || !LoadEvent(q)) return false;
+  Lock lock(q);
+  // The same node twice in a row would link it to itself.
+  if (node == q->last || node == q->first) return false;
+  GVQUEUENODE *before = q->last;
+  node->next = Sentinel(q);
+  node->prev = before;
+  if (before == Sentinel(q)) q->first = node;
+  else before->next = node;
+  q->last = node;
+  if (q->state == kEventReset) {
+    if (q->event) SetEvent(q->event);
+    q->state = kEventSet;
+  }
+  return true;
+}
+
+GVQUEUENODE *Remove(GVQUEUE *q, DWORD timeoutMs) {
+  if (!q || !LoadEvent(q)) return nullptr;
+  EnterCriticalSection(&q->lock);
+  if (IsEmpty(q)) {
+    HANDLE event = q->event;
+    if (!timeoutMs || !event) {
+      LeaveCriticalSection(&q->lock);
+      return nullptr;
+    }
+    ResetBeforeWaiting(q);
+    LeaveCriticalSection(&q->lock);
+    // One wait only: whatever wakes it, the queue is looked at once more.
+    WaitForSingleObject(event, timeoutMs);
+    if (!LoadEvent(q)) return nullptr;  // deleted meanwhile: its lock is gone
+    EnterCriticalSection(&q->lock);
+    if (IsEmpty(q)) {
+      LeaveCriticalSection(&q->lock);
+      return nullptr;
+    }
+  }
+  GVQUEUENODE *node = TakeFirst(q);
+  LeaveCriticalSection(&q->lock);
+  return node;
+}
+
+bool Wait(GVQUEUE *q, DWORD timeoutMs) {
+  if (!q || !LoadEvent(q)) return false;
+  if (LoadFirst(q) != Sentinel(q)) return true;
+  if (!timeoutMs) return false;
+  HANDLE event;
+  {
+    Lock lock(q);
+    if (!IsEmpty(q)) return true;
+    event = q->event;
+    if (!event) return false;
+    ResetBeforeWaiting(q);
+  }
+  WaitForSingleObject(event, timeoutMs);
+  return LoadEvent(q) && LoadFirst(q) != Sentinel(q);
+}
+
+}  // namespace gv::queue
+
+GVAPI(BOOL) GvQueueInitialize(GVQUEUE *queue) { return gv::queue::Initialize(queue); }
+GVAPI(void) GvQueueDelete(GVQUEUE *queue) { gv::queue::Delete(queue); }
+GVAPI(void) GvQueueFlush(GVQUEUE *queue) { gv::queue::Flush(queue); }
+GVAPI(void) GvQueueInsert(GVQUEUE *queue, GVQUEUENODE *node) { gv::queue::Insert(queue, node); }
+GVAPI(GVQUEUENODE *) GvQueueRemove(GVQUEUE *queue, DWORD timeout) {
+  return gv::queue::Remove(queue, timeout);
+}
+GVAPI(BOOL) GvQueueWait(GVQUEUE *queue, DWORD timeout) { return gv::queue::Wait(queue, timeout); }
