@@ -47,8 +47,8 @@ HBITMAP FromDib(const BYTE *dib, DWORD size) {
 }  // namespace
 
 HBITMAP BitmapFromFile(const char *fileName) {
-  HANDLE file = CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                            FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE file = CreateFileA(fileName, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return nullptr;
   HBITMAP bitmap = nullptr;
   DWORD riffSize = 0, form = 0;
