@@ -23,6 +23,8 @@
 
 #ifndef RC_INVOKED
 
+#include <winver.h> /* VS_FIXEDFILEINFO, left out by WIN32_LEAN_AND_MEAN */
+
 /* Character sets named by "GvLangID". */
 #define GVLANG_CHARSET_UNKNOWN 0
 #define GVLANG_CHARSET_SBCS    1

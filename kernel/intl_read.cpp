@@ -10,6 +10,9 @@
 namespace gv {
 namespace {
 
+static_assert(sizeof(tGVINTERNATIONALS) == GVINTERNATIONALS_SIZE, "the record is 252 bytes");
+static_assert(sizeof(tGVLANGINFO) == 124, "fixed information, name, character set, language");
+
 struct NumberItem {
   const char *value;
   size_t offset;
