@@ -187,18 +187,27 @@ TEST(LangLibrary, TranslatesTheLibrarysStringsUnlessTheProductVersionDiffers) {
     DWORD wanted;
     const char *name;     // string 7001, the first INFO item's name
     const char *message;  // string 32002
+    const char *shown;    // string 32000 through the ...Id wrappers
   } const cases[] = {
-      {0x0409, "Archival Location", "$(AppName) is ready."},
-      {0x0407, "Archivort", "$(AppName) ist bereit."},
-      {0x0408, "Archival Location", "$(AppName) is ready."},  // GVTALC.gvtest-ell: 1.0.0.13
+      {0x0409, "Archival Location", "$(AppName) is ready.", "The value must lie between 1 and 65,536."},
+      {0x0407, "Archivort", "$(AppName) ist bereit.", "Der Wert muss zwischen 1 und 65,536 liegen."},
+      // GVTALC.gvtest-ell is of product version 1.0.0.13.
+      {0x0408, "Archival Location", "$(AppName) is ready.", "The value must lie between 1 and 65,536."},
   };
+  HWND window = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
+  ASSERT_NE(window, nullptr);
   FOR_EACH_CASE(cases) {
     OpenedFor lang(library, c.wanted, 1);
     ASSERT_EQ(lang.result, S_OK);
     EXPECT_STREQ(GvGetString(lang.handle, 7001), c.name);
     EXPECT_STREQ(GvGetString(lang.handle, 7000), "IARL");  // codes are never translated
     EXPECT_STREQ(GvGetString(lang.handle, 32002), c.message);
+    char text[128] = "";
+    GvSetWindowTextId(lang.handle, window, 32000, 1, 65536);
+    GetWindowTextA(window, text, sizeof text);
+    EXPECT_STREQ(text, c.shown);
   }
+  DestroyWindow(window);
 }
 
 }  // namespace
