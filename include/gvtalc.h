@@ -9,6 +9,7 @@
 #include "gvkernel.h"
 #include "gvformat.h"
 #include "gvnumber.h"
+#include "gvlang.h"
 #include "gvpath.h"
 #include "gvmetric.h"
 #include "gvaudio.h"
@@ -16,6 +17,7 @@
 #include "gvsamples.h"
 #include "gvlist.h"
 #include "gvriff.h"
+#include "gvinfo.h"
 #include "gvstream.h"
 #include "gvpeak.h"
 

@@ -14,20 +14,14 @@
 #include <vector>
 
 #include "support/cases.h"
+#include "support/tool_runner.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-struct Result {
-  DWORD code = 0xFFFFFFFF;
-  std::string out, err;
-};
-
-std::string Slurp(const std::string &path) {
-  std::ifstream f(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(f), {});
-}
+using Result = gvtest::ToolResult;
+using gvtest::Slurp;
 
 void Spit(const std::string &path, const void *data, size_t size) {
   std::ofstream(path, std::ios::binary).write(static_cast<const char *>(data), std::streamsize(size));
@@ -86,34 +80,7 @@ class GvtoolTest : public testing::Test {
   std::string Path(const std::string &name) const { return dir_ + name; }
 
   // Runs gvtool in the test folder with stdout and stderr in files.
-  Result Run(const std::string &args) {
-    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    const std::string outPath = Path("stdout.txt"), errPath = Path("stderr.txt");
-    HANDLE out = CreateFileA(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                             CREATE_ALWAYS, 0, nullptr);
-    HANDLE err = CreateFileA(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                             CREATE_ALWAYS, 0, nullptr);
-    STARTUPINFOA si{};
-    si.cb = sizeof si;
-    si.dwFlags = STARTF_USESTDHANDLES;
-    si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-    si.hStdOutput = out;
-    si.hStdError = err;
-    std::string line = "\"" GV_TOOL_EXE "\" " + args;
-    PROCESS_INFORMATION pi{};
-    Result r;
-    if (CreateProcessA(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, dir_.c_str(), &si,
-                       &pi)) {
-      if (WaitForSingleObject(pi.hProcess, 60000) == WAIT_OBJECT_0)
-        GetExitCodeProcess(pi.hProcess, &r.code);
-      CloseHandle(pi.hThread);
-      CloseHandle(pi.hProcess);
-    }
-    CloseHandle(out);
-    CloseHandle(err);
-    r.out = Slurp(outPath), r.err = Slurp(errPath);
-    return r;
-  }
+  Result Run(const std::string &args) { return gvtest::RunTool(GV_TOOL_EXE, dir_, args); }
 
   std::string dir_;
 };
