@@ -37,16 +37,33 @@ bool IsLinearType(DWORD type) { return resample::WithLinearType(type, Nothing{})
 
 // ---- Method 0 -------------------------------------------------------------
 
-void RepeatFrames(void *dst, long D, const void *src, long S, size_t frameBytes) {
-  u8 *out = static_cast<u8 *>(dst);
-  const u8 *in = static_cast<const u8 *>(src);
-  // memmove throughout: in place, a frame may be copied onto itself.
+namespace {
+
+// One frame copied; a fixed size lets the copy be a plain load and store.
+// Frames lie on whole-frame boundaries, so a copy is either onto itself
+// (in place) or between frames that do not overlap.
+template <size_t N> struct FrameCopy {
+  size_t bytes() const { return N; }
+  void operator()(u8 *to, const u8 *from) const {
+    unsigned char tmp[N];
+    std::memcpy(tmp, from, N);
+    std::memcpy(to, tmp, N);
+  }
+};
+template <> struct FrameCopy<0> {
+  size_t n;
+  size_t bytes() const { return n; }
+  void operator()(u8 *to, const u8 *from) const { std::memmove(to, from, n); }
+};
+
+template <class Copy> void Repeat(u8 *out, long D, const u8 *in, long S, Copy copy) {
+  const size_t frameBytes = copy.bytes();
   if (S <= D) {
     long err = D / 2, di = D - 1, si = S - 1, written = 0, used = 0;
     const u8 *last = in + size_t(si) * frameBytes;
     while (used < S && written < D) {
       last = in + size_t(si) * frameBytes;
-      std::memmove(out + size_t(di) * frameBytes, last, frameBytes);
+      copy(out + size_t(di) * frameBytes, last);
       --di, ++written;
       if (written < D) {
         err -= S;
@@ -55,19 +72,36 @@ void RepeatFrames(void *dst, long D, const void *src, long S, size_t frameBytes)
       err += D;
       --si, ++used;
     }
-    for (; written < D; --di, ++written) std::memmove(out + size_t(di) * frameBytes, last, frameBytes);
+    for (; written < D; --di, ++written) copy(out + size_t(di) * frameBytes, last);
   } else {
     long err = S / 2, written = 0;
     for (long si = 0; si < S && written < D; ++si) {
       err -= D;
       if (err < 0) {
         err += S;
-        std::memmove(out + size_t(written++) * frameBytes, in + size_t(si) * frameBytes, frameBytes);
+        copy(out + size_t(written++) * frameBytes, in + size_t(si) * frameBytes);
       }
     }
     const u8 *last = in + size_t(S - 1) * frameBytes;
-    for (; written < D; ++written) std::memmove(out + size_t(written) * frameBytes, last, frameBytes);
+    for (; written < D; ++written) copy(out + size_t(written) * frameBytes, last);
   }
+}
+
+}  // namespace
+
+void RepeatFrames(void *dst, long D, const void *src, long S, size_t frameBytes) {
+  u8 *out = static_cast<u8 *>(dst);
+  const u8 *in = static_cast<const u8 *>(src);
+  switch (frameBytes) {
+    case 1: return Repeat(out, D, in, S, FrameCopy<1>{});
+    case 2: return Repeat(out, D, in, S, FrameCopy<2>{});
+    case 3: return Repeat(out, D, in, S, FrameCopy<3>{});
+    case 4: return Repeat(out, D, in, S, FrameCopy<4>{});
+    case 6: return Repeat(out, D, in, S, FrameCopy<6>{});
+    case 8: return Repeat(out, D, in, S, FrameCopy<8>{});
+    case 16: return Repeat(out, D, in, S, FrameCopy<16>{});
+  }
+  Repeat(out, D, in, S, FrameCopy<0>{frameBytes});
 }
 
 // ---- Method 1 -------------------------------------------------------------
@@ -85,7 +119,9 @@ struct LinearJob {
   const u8 *src;
   long S;
 
-  template <DWORD T> void Frame(long j, double p) const {
+  // C: the channel count when known at compile time (1 or 2), else 0.
+  template <DWORD T, int C> void Frame(long j, double p) const {
+    const int channels = C ? C : this->channels;
     const size_t fb = SampleIO<T>::kBytes * channels;
     long i = long(p);  // toward zero, as the position's whole part
     i = std::min(std::max(i, 0L), S - 1);
@@ -100,15 +136,21 @@ struct LinearJob {
     }
   }
 
-  template <DWORD T> void operator()() const {
+  template <DWORD T, int C> void Go() const {
     const double step = double(S - 1) / double(D - 1);
     if (step < 1.0) {
       double p = double(S - 1);
-      for (long j = D - 1; j >= 0; --j, p -= step) Frame<T>(j, p);
+      for (long j = D - 1; j >= 0; --j, p -= step) Frame<T, C>(j, p);
     } else {
       double p = 0.0;
-      for (long j = 0; j < D; ++j, p += step) Frame<T>(j, p);
+      for (long j = 0; j < D; ++j, p += step) Frame<T, C>(j, p);
     }
+  }
+
+  template <DWORD T> void operator()() const {
+    if (channels == 2) return Go<T, 2>();
+    if (channels == 1) return Go<T, 1>();
+    Go<T, 0>();
   }
 };
 
@@ -149,7 +191,8 @@ struct StreamJob {
 
   // Output frame k from the source, or from dLast before the buffer.
   // `saved` stands in for source frame savedAt once dst has covered it.
-  template <DWORD T> void Frame(long k, const double *saved, long savedAt) const {
+  template <DWORD T, int C> void Frame(long k, const double *saved, long savedAt) const {
+    const int channels = C ? C : this->channels;
     constexpr size_t kB = SampleType<T>::kBytes;
     const size_t fb = kB * channels;
     const double p = inst.dPos + double(k) * inst.dStep;
@@ -178,6 +221,12 @@ struct StreamJob {
   }
 
   template <DWORD T> void operator()() const {
+    if (channels == 2) return Go<T, 2>();
+    if (channels == 1) return Go<T, 1>();
+    Go<T, 0>();
+  }
+
+  template <DWORD T, int C> void Go() const {
     constexpr size_t kB = SampleType<T>::kBytes;
     const size_t fb = kB * channels;
     double last[GVRESAMPLE_MAXSTREAMCHANNELS];
@@ -185,9 +234,9 @@ struct StreamJob {
     if (inst.dStep < 1.0) {
       // Frame k reads source frames up to k only, so last first is safe in
       // place; frame 0 of the source is overwritten last.
-      for (long k = count - 1; k >= 0; --k) Frame<T>(k, nullptr, -1);
+      for (long k = count - 1; k >= 0; --k) Frame<T, C>(k, nullptr, -1);
     } else if (static_cast<const void *>(dst) != src) {
-      for (long k = 0; k < count; ++k) Frame<T>(k, nullptr, -1);
+      for (long k = 0; k < count; ++k) Frame<T, C>(k, nullptr, -1);
     } else {
       // In place: frame k reads source frames from k - 1 on, and frame k - 1
       // has been overwritten by then; keep its samples.
@@ -198,7 +247,7 @@ struct StreamJob {
         const bool cover = k < S;
         if (cover)
           for (int c = 0; c < channels; ++c) next[c] = Read<T>(src + size_t(k) * fb + c * kB);
-        Frame<T>(k, saved, savedAt);
+        Frame<T, C>(k, saved, savedAt);
         if (cover) {
           std::memcpy(saved, next, sizeof(double) * channels);
           savedAt = k;

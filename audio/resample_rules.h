@@ -26,12 +26,14 @@ template <DWORD T> inline void Write(u8 *p, double x) {
   if constexpr (kIsFloat<Ty>) {
     WriteFloat<Ty>(p, typename Ty::Value(x));
   } else {
-    const double y = std::trunc(x * Ty::kScale);
+    // Inside (min - 1, max + 1) the conversion's truncation lands in range;
+    // outside, and for NaN, the range's ends.
+    const double y = x * Ty::kScale;
     std::int32_t v;
-    if (y >= double(Ty::kMin) && y <= double(Ty::kMax))
+    if (y > double(Ty::kMin) - 1.0 && y < double(Ty::kMax) + 1.0)
       v = std::int32_t(y);
     else
-      v = y > double(Ty::kMax) ? Ty::kMax : Ty::kMin;
+      v = y > 0.0 ? Ty::kMax : Ty::kMin;
     WriteInt<T>(p, v);
   }
 }
