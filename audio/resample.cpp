@@ -8,12 +8,23 @@
 #include <cstring>
 
 #include "audio/resample_rules.h"
+#include "audio/resample_simd.h"
 
 namespace gv::audio {
 
+using resample::kHasStereoSimd;
+using resample::Lerp;
+using resample::Load2;
 using resample::Read;
+using resample::Store2;
 using resample::Write;
 using resample::u8;
+
+namespace {
+bool g_stereoSimd = true;
+}  // namespace
+
+void ForceResampleScalar(bool scalar) { g_stereoSimd = !scalar; }
 
 int RepeatSampleBytes(DWORD type) {
   switch (type) {
@@ -129,6 +140,9 @@ struct LinearJob {
     const u8 *a = src + size_t(i) * fb;
     const u8 *b = i + 1 < S ? a + fb : a;  // never past the source
     u8 *o = dst + size_t(j) * fb;
+    if constexpr (C == 2 && kHasStereoSimd<T>) {
+      if (g_stereoSimd) return Store2<T>(o, Lerp(Load2<T>(a), Load2<T>(b), f));
+    }
     for (int c = 0; c < channels; ++c) {
       const size_t at = size_t(c) * SampleIO<T>::kBytes;
       const double x = Read<T>(a + at), y = Read<T>(b + at);
@@ -209,6 +223,12 @@ struct StreamJob {
     const long i = long(p);
     const double f = p - double(i);
     const u8 *a = src + size_t(i) * fb;
+    if constexpr (C == 2 && kHasStereoSimd<T>) {
+      if (g_stereoSimd && i != savedAt) {
+        const __m128d x = Load2<T>(a);
+        return Store2<T>(o, f == 0.0 ? x : Lerp(x, Load2<T>(a + fb), f));
+      }
+    }
     for (int c = 0; c < channels; ++c) {
       const double x = i == savedAt ? saved[c] : Read<T>(a + c * kB);
       if (f == 0.0) {

@@ -9,6 +9,11 @@
 
 namespace gv::audio {
 
+// Stereo float32 and 16-bit frames go through SSE2 unless forced to the
+// scalar loop (for the tests that compare the two). Not for use while
+// resampling runs.
+void ForceResampleScalar(bool scalar);
+
 // Bytes of one sample that repetition moves; 0 for GV_SAMPLE_NONE.
 int RepeatSampleBytes(DWORD type);
 
