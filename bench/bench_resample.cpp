@@ -54,7 +54,7 @@ int main(int argc, char **argv) {
       }
     const double tCopy = Best(5, [&] { std::memcpy(copy.data(), dst.data(), size_t(D) * fb); });
     auto report = [&](const char *what, double secs, long frames) {
-      std::printf("  %-7s %-30s %8.1f M frames/s  %6.3f of memcpy's time per output byte\n", t.name,
+      std::printf("  %-7s %-30s %8.1f M frames/s  %6.3fx memcpy's speed on the output bytes\n", t.name,
                   what, frames / secs / 1e6, tCopy / secs);
     };
     tGVRESAMPLEINSTANCE inst{};
