@@ -1,6 +1,7 @@
 // IIR design through the exports: the frequency clamps of each routine,
 // the gain words at their thresholds, the high-frequency gain table at its
 // points, between them and beyond the last, and words left as they were.
+// (What the band's words do is tested by running them: iir_internal_test.)
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -49,18 +50,6 @@ TEST(Iir, FrequencyClamps) {
   }
 }
 
-// The lowest working frequency, 0.0003, with Q 1: r = exp(-pi 0.0003).
-TEST(Iir, PoleWords) {
-  const double r = std::exp(-3.141592653589793 * 0.0003);
-  const tGVIIRCOEFFS k = Design(GvIIR_FindLowShelfBoostCoeffs, 0.0, 0.0, 1.0);
-  EXPECT_EQ(k.c[0], 0.0);
-  EXPECT_EQ(k.c[1], 0.0);
-  EXPECT_NEAR(k.c[2], 2 * r * std::cos(2 * 3.141592653589793 * 0.0003), 1e-15);
-  EXPECT_NEAR(k.c[3], r * r, 1e-15);
-  EXPECT_NEAR(k.c[4], 1 - k.c[2] + k.c[3], 1e-15);
-  EXPECT_EQ(k.c[5], 123.0);  // not a word of this routine
-}
-
 struct GainCase {
   DesignFn f;
   double gain;
@@ -81,8 +70,13 @@ const GainCase kGainCases[] = {
 TEST(Iir, GainWords) {
   FOR_EACH_CASE(kGainCases) {
     const tGVIIRCOEFFS k = Design(c.f, 0.05, c.gain, 2.0);
+    EXPECT_EQ(k.c[0], 0.0);
+    EXPECT_EQ(k.c[1], 0.0);
     EXPECT_DOUBLE_EQ(k.c[6], c.c6);
     EXPECT_NEAR(k.c[7], c.c7, 1e-15);
+    // c5 is not a word of the low shelves: left as it was
+    const bool low = c.f == GvIIR_FindLowShelfBoostCoeffs || c.f == GvIIR_FindLowShelfCutCoeffs;
+    if (low) EXPECT_EQ(k.c[5], 123.0);
   }
 }
 
@@ -114,21 +108,6 @@ TEST(Iir, HighFrequencyGainTable) {
   // gives w = 0.3 * (0.4 + 1.6 * 0.175) = 0.204.
   const tGVIIRCOEFFS cut = Design(GvIIR_FindHiShelfCutCoeffs, 0.3, -6.0, 1.0);
   EXPECT_NEAR(20 * std::log10(cut.c[5]), -7.9964, 1e-4);
-}
-
-TEST(Iir, BandWords) {
-  const double freqs[] = {0.0, 0.001, 0.01, 0.1, 0.3, 0.49};
-  FOR_EACH_CASE(freqs) {
-    for (double gain : {-12.0, 0.0, 9.0}) {
-      const tGVIIRCOEFFS k = Design(GvIIR_FindBandPassCoeffs, c, gain, 2.0);
-      const double w = std::min(std::max(c, 0.0003), 0.49);
-      EXPECT_NEAR(k.c[4], std::cos(3.141592653589793 * w) * std::sqrt(k.c[3] - (k.c[2] - 1.0)), 1e-15);
-      EXPECT_NEAR(k.c[5], std::pow(10.0, gain / 40) - 1, 1e-15);
-      EXPECT_EQ(k.c[6], 1.0);
-      if (gain == 0.0) EXPECT_EQ(k.c[7], 0.0);
-      EXPECT_TRUE(std::isfinite(k.c[7]));
-    }
-  }
 }
 
 TEST(Iir, NullPointersAreIgnored) {
