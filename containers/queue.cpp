@@ -8,7 +8,8 @@
 // sets it only when it is known to be reset, and the removal that empties
 // the queue leaves it set; the consumer that is about to wait on an empty
 // queue resets it first. So the event is set whenever a node is there,
-// and a producer and a consumer that keep pace never touch it.
+// and a producer and a consumer that keep pace never touch it. A flush
+// leaves it set on purpose until the next insert.
 #include "containers/queue.h"
 
 #include <cstddef>
@@ -20,7 +21,8 @@ static_assert(offsetof(GVQUEUE, first) == offsetof(GVQUEUENODE, next) &&
                   offsetof(GVQUEUE, last) == offsetof(GVQUEUENODE, prev),
               "the queue record is laid out like a node");
 
-enum : LONG { kEventReset = 0, kEventSet = 1 };
+// kEventFlushed: set by a flush, and left so until the next insert.
+enum : LONG { kEventReset = 0, kEventSet = 1, kEventFlushed = 2 };
 // Producers and consumers hold the lock for a few dozen instructions:
 // spinning briefly is far cheaper than sleeping in the kernel.
 constexpr DWORD kLockSpins = 4000;
@@ -47,7 +49,8 @@ class Lock {
 bool IsEmpty(GVQUEUE *q) { return q->first == Sentinel(q); }
 
 // Under the lock, on an empty queue: the caller is about to wait, so the
-// event must not still be set from the last removal or a flush.
+// event must not still be set from the last removal. After a flush it stays
+// set, and every consumer finds nothing at once until the next insert.
 void ResetBeforeWaiting(GVQUEUE *q) {
   if (q->state == kEventSet) {
     ResetEvent(q->event);
@@ -107,7 +110,7 @@ void Flush(GVQUEUE *q) {
   // Set although empty, to wake every waiting consumer: that is what a
   // flush is for.
   if (q->event) SetEvent(q->event);
-  q->state = kEventSet;
+  q->state = kEventFlushed;
 }
 
 bool Insert(GVQUEUE *q, GVQUEUENODE *node) {
@@ -121,10 +124,8 @@ bool Insert(GVQUEUE *q, GVQUEUENODE *node) {
   if (before == Sentinel(q)) q->first = node;
   else before->next = node;
   q->last = node;
-  if (q->state == kEventReset) {
-    if (q->event) SetEvent(q->event);
-    q->state = kEventSet;
-  }
+  if (q->state == kEventReset && q->event) SetEvent(q->event);
+  q->state = kEventSet;
   return true;
 }
 

@@ -73,7 +73,7 @@ typedef struct tGVQUEUE {
 
 /* The event is set whenever the queue holds a node. It may also be set
  * while the queue is empty (after a flush, or after the last node was
- * taken: the reset is put off until a consumer is about to wait), so a
+ * taken: that reset is put off until a consumer is about to wait), so a
  * client that waits on it directly must look at the queue after waking. */
 
 /* Operation function of a queued-I/O pool: (node, 0); the result is
@@ -102,8 +102,10 @@ GVAPI(BOOL) GvQueueInitialize(GVQUEUE *queue);
 GVAPI(void) GvQueueDelete(GVQUEUE *queue);
 
 /* Empties the queue (the nodes are dropped without their links being
- * cleared) and sets the event, so that every consumer waiting at that moment
- * wakes up, finds nothing and returns null/0 before its time-out. */
+ * cleared) and sets the event, so that every consumer waiting on it wakes
+ * up, finds nothing and returns null/0 before its time-out. The event stays
+ * set until the next insert: until then every GvQueueRemove or GvQueueWait
+ * with a time-out returns null/0 at once, without waiting. */
 GVAPI(void) GvQueueFlush(GVQUEUE *queue);
 
 /* Appends node at the tail. Sets the event when the queue was empty. See
