@@ -1,7 +1,10 @@
 // gvtool peaks: builds or reuses the peak file of each WAVE file and says
-// which, with its size in elements and the time it took.
+// which, with its size in elements and the time it took. The files are
+// worked on by a queued-I/O pool of 1 to 4 workers, one operation node per
+// file; each file's lines are shown as its node comes back.
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -14,7 +17,18 @@ namespace {
 struct PeaksArgs {
   std::vector<std::string> files;
   bool rebuild = false;
+  int jobs = 1;
 } args;
+
+// One file's operation node: what the worker was given and what it found.
+struct PeaksJob {
+  GVQUEUENODE link;  // first: the pool links the job through it
+  int worker = 0;
+  const std::string *path = nullptr;
+  std::string out, errors;  // its line on stdout, its error lines
+  bool done = false;
+};
+static_assert(offsetof(PeaksJob, link) == 0, "a job begins with its node");
 
 const char *HowText(DWORD how) {
   if (how & GVPEAK_REUSED) return "reused";
@@ -26,9 +40,11 @@ const char *HowText(DWORD how) {
   return how & GVPEAK_STALE ? "rebuilt (the old one was stale or damaged)" : "built";
 }
 
-int PeaksOne(const std::string &path) {
+// Builds or reuses one file's peak file; its line goes to `out`, its errors
+// to stderr (or to the caller's capture).
+bool PeaksOne(const std::string &path, std::string *out) {
   gvtool::WaveFile wave;  // the reason when it is missing or not a WAVE file
-  if (!gvtool::ProbeWave(path, &wave)) return gvtool::kFailed;
+  if (!gvtool::ProbeWave(path, &wave)) return false;
   LARGE_INTEGER t0, t1, hz;
   QueryPerformanceFrequency(&hz);
   QueryPerformanceCounter(&t0);
@@ -40,7 +56,7 @@ int PeaksOne(const std::string &path) {
     gvtool::Error("%s: no peak data: %s", path.c_str(),
                   hr == E_FAIL ? "not PCM or float WAVE data, or its data are cut short"
                                : gvtool::HresultReason(hr).c_str());
-    return gvtool::kFailed;
+    return false;
   }
   tGVPEAKHEADER header{};
   GvPeak_GetHeader(peak, &header);
@@ -50,17 +66,65 @@ int PeaksOne(const std::string &path) {
   const ULONGLONG frames = (ULONGLONG(header.dwFramesHigh) << 32) | header.dwFramesLow;
   const DWORD per = header.nFramesPerElement;
   const ULONGLONG elements = per ? (frames + per - 1) / per : 0;
-  std::printf("%s: %s %s: %llu element%s of %lu frames, %.3f s\n", path.c_str(), HowText(how),
-              name.c_str(), elements, elements == 1 ? "" : "s", static_cast<unsigned long>(per),
-              double(t1.QuadPart - t0.QuadPart) / double(hz.QuadPart));
-  return gvtool::kDone;
+  char line[96];
+  std::snprintf(line, sizeof line, ": %llu element%s of %lu frames, %.3f s\n", elements,
+                elements == 1 ? "" : "s", static_cast<unsigned long>(per),
+                double(t1.QuadPart - t0.QuadPart) / double(hz.QuadPart));
+  *out = path + ": " + HowText(how) + " " + name + line;
+  return true;
 }
 
+// The operation, on a worker's thread.
+DWORD CALLBACK RunJob(GVQUEUENODE *node, DWORD) {
+  auto *job = reinterpret_cast<PeaksJob *>(node);
+  gvtool::ErrorCapture capture(&job->errors);
+  job->done = PeaksOne(*job->path, &job->out);
+  return 0;
+}
+
+// Each worker is given one file at a time, and the next one as soon as its
+// node comes back, so that a long file holds up only its own worker.
 int RunPeaks() {
+  GVQUEUE finished{};
+  if (!GvQueueInitialize(&finished)) {
+    gvtool::Error("cannot make the completion queue: %s",
+                  gvtool::SystemReason(GetLastError()).c_str());
+    return gvtool::kFailed;
+  }
+  tGVQIO *pool = nullptr;
+  const HRESULT hr = GvQio_Create(&pool, &finished, args.jobs, 0, RunJob);
+  if (FAILED(hr)) {
+    gvtool::Error("cannot start the workers: %s", gvtool::HresultReason(hr).c_str());
+    GvQueueDelete(&finished);
+    return gvtool::kFailed;
+  }
+  std::vector<PeaksJob> jobs(args.files.size());
+  size_t given = 0, shown = 0;
+  auto give = [&](int worker) {
+    if (given == jobs.size() || gvtool::Interrupted()) return;
+    PeaksJob &job = jobs[given];
+    job.worker = worker;
+    job.path = &args.files[given++];
+    GvQio_InsertOperation(pool, worker, &job.link);
+  };
+  for (int k = 0; k < GvQio_GetWorkerCount(pool); ++k) give(k);
   int rc = gvtool::kDone;
-  for (const std::string &file : args.files) {
-    if (PeaksOne(file) != gvtool::kDone) rc = gvtool::kFailed;
+  while (shown < given) {
+    auto *job = reinterpret_cast<PeaksJob *>(GvQueueRemove(&finished, INFINITE));
+    if (!job) continue;
+    ++shown;
+    std::fputs(job->errors.c_str(), stderr);
+    std::fputs(job->out.c_str(), stdout);
     std::fflush(stdout);
+    if (!job->done) rc = gvtool::kFailed;
+    give(job->worker);
+  }
+  GvQio_Destroy(pool);
+  GvQueueDelete(&finished);
+  if (given < jobs.size()) {
+    const unsigned long left = static_cast<unsigned long>(jobs.size() - given);
+    gvtool::Error("interrupted: %lu file%s not done", left, left == 1 ? "" : "s");
+    rc = gvtool::kFailed;
   }
   return rc;
 }
@@ -74,6 +138,10 @@ gvtool::Runner Setup(CLI::App &cmd) {
       "still done).");
   cmd.add_option("FILE", args.files, "WAVE files")->required();
   cmd.add_flag("--rebuild", args.rebuild, "Build anew even when a valid peak file is there");
+  cmd.add_option("-j,--jobs", args.jobs, "Files worked on at once, 1 to 4 (default 1); the lines "
+                                         "come in the order the files are finished")
+      ->check(CLI::Range(1, 4))
+      ->option_text("N");
   return RunPeaks;
 }
 

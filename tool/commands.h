@@ -28,6 +28,19 @@ struct Registration {
 
 // "gvtool: ..." on stderr, the tool's one error style.
 void Error(const char *format, ...);
+
+// While one lives, the error lines of its thread go to `lines` instead of
+// stderr, for a worker whose errors are shown later in their place.
+class ErrorCapture {
+ public:
+  explicit ErrorCapture(std::string *lines);
+  ~ErrorCapture();
+  ErrorCapture(const ErrorCapture &) = delete;
+  ErrorCapture &operator=(const ErrorCapture &) = delete;
+
+ private:
+  std::string *previous_;
+};
 // A usage error found after parsing: the message, a hint, and kUsage.
 int UsageError(const char *format, ...);
 // The platform's text for a Windows error code or an HRESULT.

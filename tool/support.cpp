@@ -23,15 +23,35 @@ bool Interrupted() { return gInterrupted != 0; }
 
 namespace {
 
-// "gvtool: " and the message on stderr, after whatever was shown before it.
+thread_local std::string *tCaptured = nullptr;
+
+// "gvtool: " and the message on stderr, after whatever was shown before it;
+// the line is written at once, so lines from several threads never mix.
 void Report(const char *format, std::va_list args, const char *tail) {
+  std::va_list copy;
+  va_copy(copy, args);
+  const int n = std::vsnprintf(nullptr, 0, format, copy);
+  va_end(copy);
+  std::string line = "gvtool: ";
+  if (n > 0) {
+    const size_t at = line.size();
+    line.resize(at + size_t(n) + 1);
+    std::vsnprintf(&line[at], size_t(n) + 1, format, args);
+    line.resize(at + size_t(n));
+  }
+  line += tail;
+  if (tCaptured) {
+    *tCaptured += line;
+    return;
+  }
   std::fflush(stdout);
-  std::fputs("gvtool: ", stderr);
-  std::vfprintf(stderr, format, args);
-  std::fputs(tail, stderr);
+  std::fputs(line.c_str(), stderr);
 }
 
 }  // namespace
+
+ErrorCapture::ErrorCapture(std::string *lines) : previous_(tCaptured) { tCaptured = lines; }
+ErrorCapture::~ErrorCapture() { tCaptured = previous_; }
 
 void Error(const char *format, ...) {
   std::va_list args;

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -126,6 +128,11 @@ TEST_F(GvtoolTest, ExitCodesAndErrorLines) {
       {"draw in.wav o.png --start 1 --end 0.5", 2, "", "gvtool: --end 0.5 is not after --start 1"},
       {"draw in.wav o.png -h 31", 2, "", "gvtool: --height"},
       {"draw in.wav o.png -w 32768 -h 8192", 2, "", "limited to 16 megapixels"},
+      {"peaks in.wav -j 0", 2, "", "gvtool: --jobs"},
+      {"peaks in.wav -j 5", 2, "", "gvtool: --jobs"},
+      {"peaks in.wav -j 2x", 2, "", "gvtool: "},
+      {"peaks in.wav -j 1.5", 2, "", "gvtool: "},
+      {"peaks in.wav -j", 2, "", "gvtool: "},
   };
   FOR_EACH_CASE(cases) {
     const Result r = Run(c.args);
@@ -260,6 +267,48 @@ TEST_F(GvtoolTest, PeaksBuiltThenReusedAndFollowTheSource) {
       EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
     else
       EXPECT_EQ(r.err, "");
+  }
+}
+
+// The lines of a run, the time a build took cut off.
+std::multiset<std::string> Lines(const std::string &text) {
+  std::multiset<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    const size_t comma = line.rfind(", ");
+    if (line.size() > 2 && line.compare(line.size() - 2, 2, " s") == 0 && comma != std::string::npos)
+      line.erase(comma);
+    lines.insert(line);
+  }
+  return lines;
+}
+
+// With several workers the files finish in any order, but each one's lines
+// are those of a run with one worker.
+TEST_F(GvtoolTest, PeaksOnSeveralWorkersGiveTheLinesOfOne) {
+  std::string args = "text.wav missing.wav";
+  std::vector<std::string> names;
+  for (size_t frames : {70000, 300, 131072, 4096, 50000, 256, 9000}) {
+    names.push_back("r" + std::to_string(frames));
+    const Bytes ramp = Ramp(frames);
+    Spit(Path(names.back() + ".wav"), ramp.data(), ramp.size());
+    args += " " + names.back() + ".wav";
+  }
+  Result one;
+  const int jobs[] = {1, 2, 4};
+  FOR_EACH_CASE(jobs) {
+    for (const std::string &name : names) DeleteFileA(Path(name + ".gvk").c_str());
+    const Result r = Run("peaks -j " + std::to_string(c) + " " + args);
+    EXPECT_EQ(r.code, 1u);
+    EXPECT_EQ(Lines(r.out).size(), 7u) << r.out;
+    EXPECT_EQ(Lines(r.err).size(), 2u) << r.err;
+    if (c == 1) {
+      one = r;
+      continue;
+    }
+    EXPECT_EQ(Lines(r.out), Lines(one.out));
+    EXPECT_EQ(Lines(r.err), Lines(one.err));
   }
 }
 
