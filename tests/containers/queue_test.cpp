@@ -68,6 +68,29 @@ TEST(Queue, EmptyQueueAnswersAtOnceWithoutTimeoutAndWaitsItsTimeoutOtherwise) {
   EXPECT_EQ(GvQueueRemove(&l.q, 0), &a);  // Wait did not take it
 }
 
+// Wait without a time-out looks at the links without the lock, so it
+// answers at once even while another thread holds the lock.
+TEST(Queue, WaitWithoutTimeoutNeverBlocks) {
+  LiveQueue l;
+  HANDLE held = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  HANDLE release = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+  auto holder = [&] {
+    EnterCriticalSection(&l.q.lock);
+    SetEvent(held);
+    WaitForSingleObject(release, 20000);
+    LeaveCriticalSection(&l.q.lock);
+  };
+  std::vector<HANDLE> threads{gvtest::StartThread(holder)};
+  ASSERT_EQ(WaitForSingleObject(held, 10000), WAIT_OBJECT_0);
+  const DWORD t0 = GetTickCount();
+  EXPECT_FALSE(GvQueueWait(&l.q, 0));
+  EXPECT_LT(GetTickCount() - t0, 1000u);
+  SetEvent(release);
+  ASSERT_TRUE(gvtest::JoinAll(threads, 30000));
+  CloseHandle(held);
+  CloseHandle(release);
+}
+
 TEST(Queue, NullAndDeadQueuesAreRefused) {
   GVQUEUE zeroed{}, deleted{};
   ASSERT_TRUE(GvQueueInitialize(&deleted));
