@@ -18,7 +18,7 @@ constexpr int kRuns = 5;
 DWORD CALLBACK Nothing(GVQUEUENODE *, DWORD) { return 0; }
 
 bool Sound(const gvtest::LoadReport &r) {
-  return r.finished && r.delivered == kNodes && !r.wrongCount && !r.outOfOrder;
+  return r.finished && r.delivered == kNodes && !r.wrongCount && !r.outOfOrder && !r.stalls;
 }
 
 // Runs `run` kRuns times and prints each rate, then the lowest, the median

@@ -6,10 +6,12 @@
 // under Wine than the list work), so the queue touches its event only when
 // a consumer must sleep: `state` says whether the event is set. An insert
 // sets it only when it is known to be reset, and the removal that empties
-// the queue leaves it set; the consumer that is about to wait on an empty
-// queue resets it first. So the event is set whenever a node is there,
-// and a producer and a consumer that keep pace never touch it. A flush
-// leaves it set on purpose until the next insert.
+// the queue leaves it set; the next caller that finds the queue empty
+// resets it (a consumer about to wait, or one draining with no time-out,
+// so a client waiting on the event directly wakes at most once for
+// nothing). So the event is set whenever a node is there, and a producer
+// and a consumer that keep pace never touch it. A flush leaves it set on
+// purpose until the next insert.
 #include "containers/queue.h"
 
 #include <cstddef>
@@ -48,10 +50,10 @@ class Lock {
 
 bool IsEmpty(GVQUEUE *q) { return q->first == Sentinel(q); }
 
-// Under the lock, on an empty queue: the caller is about to wait, so the
-// event must not still be set from the last removal. After a flush it stays
-// set, and every consumer finds nothing at once until the next insert.
-void ResetBeforeWaiting(GVQUEUE *q) {
+// Under the lock, on an empty queue: the event must not stay set from the
+// last removal once a caller has seen the queue empty. After a flush it
+// stays set, and every consumer finds nothing at once until the next insert.
+void ResetWhenEmpty(GVQUEUE *q) {
   if (q->state == kEventSet) {
     ResetEvent(q->event);
     q->state = kEventReset;
@@ -134,11 +136,11 @@ GVQUEUENODE *Remove(GVQUEUE *q, DWORD timeoutMs) {
   EnterCriticalSection(&q->lock);
   if (IsEmpty(q)) {
     HANDLE event = q->event;
+    if (event) ResetWhenEmpty(q);
     if (!timeoutMs || !event) {
       LeaveCriticalSection(&q->lock);
       return nullptr;
     }
-    ResetBeforeWaiting(q);
     LeaveCriticalSection(&q->lock);
     // One wait only: whatever wakes it, the queue is looked at once more.
     WaitForSingleObject(event, timeoutMs);
@@ -164,7 +166,7 @@ bool Wait(GVQUEUE *q, DWORD timeoutMs) {
     if (!IsEmpty(q)) return true;
     event = q->event;
     if (!event) return false;
-    ResetBeforeWaiting(q);
+    ResetWhenEmpty(q);
   }
   WaitForSingleObject(event, timeoutMs);
   return LoadEvent(q) && LoadFirst(q) != Sentinel(q);

@@ -72,9 +72,11 @@ typedef struct tGVQUEUE {
 } GVQUEUE;
 
 /* The event is set whenever the queue holds a node. It may also be set
- * while the queue is empty (after a flush, or after the last node was
- * taken: that reset is put off until a consumer is about to wait), so a
- * client that waits on it directly must look at the queue after waking. */
+ * while the queue is empty: after a flush, until the next insert; and after
+ * the last node was taken, until a GvQueueRemove (any time-out) or a
+ * GvQueueWait with a time-out finds the queue empty. So a client that waits
+ * on it directly must look at the queue after waking, and wakes at most once
+ * for nothing when it drains the queue with GvQueueRemove(queue, 0). */
 
 /* Operation function of a queued-I/O pool: (node, 0); the result is
  * ignored. It runs on the worker's thread with no lock held and reports its

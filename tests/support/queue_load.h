@@ -23,6 +23,7 @@ struct LoadReport {
   long long delivered = 0;  // removals
   long long wrongCount = 0;  // nodes not delivered exactly once
   long long outOfOrder = 0;  // a source's node after a later one of it
+  long long stalls = 0;      // waits that ran out with nodes still to come
   bool finished = false;     // all threads done within the limit
   double seconds = 0;        // first insert to last removal
 };
@@ -45,6 +46,14 @@ struct OrderCheck {
   }
 };
 
+constexpr DWORD kLoadWaitMs = 5000;
+
+// A removal that came back empty after its whole wait while nodes were still
+// on their way: a lost wake-up.
+inline bool Stalled(DWORD startTick, bool more) {
+  return more && GetTickCount() - startTick >= kLoadWaitMs;
+}
+
 inline void CountDeliveries(const std::vector<LoadNode> &nodes, LoadReport &r) {
   for (const LoadNode &n : nodes) r.wrongCount += n.deliveries != 1;
 }
@@ -60,6 +69,7 @@ inline LoadReport RunQueueLoad(GVQUEUE *q, int producers, int consumers, int per
   HANDLE go = CreateEventA(nullptr, TRUE, FALSE, nullptr);
   volatile LONG taken = 0, nextProducer = -1;
   std::vector<long long> wrongOrder(consumers, 0);
+  volatile LONG stalls = 0;
   volatile LONG nextConsumer = -1;
   auto produce = [&] {
     const int p = (int)InterlockedIncrement(&nextProducer);
@@ -71,11 +81,14 @@ inline LoadReport RunQueueLoad(GVQUEUE *q, int producers, int consumers, int per
     OrderCheck order(producers);
     WaitForSingleObject(go, limitMs);
     const DWORD start = GetTickCount();
-    // Long waits, so that a lost wake-up shows as a run out of time; the
-    // consumer that takes the last node flushes to wake the others.
+    // The consumer that takes the last node flushes to wake the others.
     while (taken < total && GetTickCount() - start < limitMs) {
-      auto *n = reinterpret_cast<LoadNode *>(GvQueueRemove(q, 5000));
-      if (!n) continue;
+      const DWORD t = GetTickCount();
+      auto *n = reinterpret_cast<LoadNode *>(GvQueueRemove(q, kLoadWaitMs));
+      if (!n) {
+        if (Stalled(t, taken < total)) InterlockedIncrement(&stalls);
+        continue;
+      }
       InterlockedIncrement(&n->deliveries);
       if (InterlockedIncrement(&taken) == total) GvQueueFlush(q);
       order.See(n);
@@ -95,6 +108,7 @@ inline LoadReport RunQueueLoad(GVQUEUE *q, int producers, int consumers, int per
   CloseHandle(go);
   if (!r.finished) return r;
   r.delivered = taken;
+  r.stalls = stalls;
   for (long long w : wrongOrder) r.outOfOrder += w;
   CountDeliveries(nodes, r);
   return r;
@@ -122,8 +136,12 @@ inline LoadReport RunPoolLoad(int workers, int count, GVQIOPROC proc, DWORD limi
   std::vector<HANDLE> threads{StartThread(produce)};
   const DWORD start = GetTickCount();
   while (r.delivered < count && GetTickCount() - start < limitMs) {
-    auto *n = reinterpret_cast<LoadNode *>(GvQueueRemove(&done, 5000));
-    if (!n) continue;
+    const DWORD t = GetTickCount();
+    auto *n = reinterpret_cast<LoadNode *>(GvQueueRemove(&done, kLoadWaitMs));
+    if (!n) {
+      r.stalls += Stalled(t, true);
+      continue;
+    }
     ++n->deliveries;
     ++r.delivered;
     order.See(n);
