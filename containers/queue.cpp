@@ -12,6 +12,14 @@
 // nothing). So the event is set whenever a node is there, and a producer
 // and a consumer that keep pace never touch it. A flush leaves it set on
 // purpose until the next insert.
+//
+// Before a consumer sleeps on an empty queue it watches the links a moment:
+// a few hundred pause instructions, then giving up its time slice a few
+// times so that a producer waiting for a processor can run. Each sleep
+// costs the kernel's part of a reset, a wait and a set (on two busy
+// processors under Wine, over 100 microseconds); without the watch a
+// one-worker pool fell into a sleep every twenty-odd nodes in some runs and
+// moved 150,000 nodes a second instead of millions.
 #include "containers/queue.h"
 
 #include <cstddef>
@@ -28,6 +36,10 @@ enum : LONG { kEventReset = 0, kEventSet = 1, kEventFlushed = 2 };
 // Producers and consumers hold the lock for a few dozen instructions:
 // spinning briefly is far cheaper than sleeping in the kernel.
 constexpr DWORD kLockSpins = 4000;
+constexpr int kWatchPauses = 300;
+constexpr int kWatchYields = 20;
+// Only waits this long or longer are preceded by the watch.
+constexpr DWORD kWatchMinTimeout = 50;
 
 GVQUEUENODE *Sentinel(GVQUEUE *q) { return reinterpret_cast<GVQUEUENODE *>(q); }
 
@@ -35,6 +47,23 @@ GVQUEUENODE *Sentinel(GVQUEUE *q) { return reinterpret_cast<GVQUEUENODE *>(q); }
 HANDLE LoadEvent(const GVQUEUE *q) { return *static_cast<HANDLE const volatile *>(&q->event); }
 GVQUEUENODE *LoadFirst(const GVQUEUE *q) {
   return *static_cast<GVQUEUENODE *const volatile *>(&q->first);
+}
+LONG LoadState(const GVQUEUE *q) { return *static_cast<LONG const volatile *>(&q->state); }
+
+// Without the lock, on a queue found empty: true when a node came while it
+// watched. A flushed queue is not watched: its callers return at once.
+bool WatchForANode(const GVQUEUE *q, DWORD timeoutMs) {
+  if (timeoutMs < kWatchMinTimeout || LoadState(q) == kEventFlushed) return false;
+  const GVQUEUENODE *empty = reinterpret_cast<const GVQUEUENODE *>(q);
+  for (int i = 0; i < kWatchPauses; ++i) {
+    if (LoadFirst(q) != empty) return true;
+    YieldProcessor();
+  }
+  for (int i = 0; i < kWatchYields; ++i) {
+    if (LoadFirst(q) != empty) return true;
+    SwitchToThread();
+  }
+  return LoadFirst(q) != empty;
 }
 
 class Lock {
@@ -133,6 +162,10 @@ bool Insert(GVQUEUE *q, GVQUEUENODE *node) {
 
 GVQUEUENODE *Remove(GVQUEUE *q, DWORD timeoutMs) {
   if (!q || !LoadEvent(q)) return nullptr;
+  if (LoadFirst(q) == Sentinel(q)) {
+    WatchForANode(q, timeoutMs);
+    if (!LoadEvent(q)) return nullptr;  // deleted while it watched: its lock is gone
+  }
   EnterCriticalSection(&q->lock);
   if (IsEmpty(q)) {
     HANDLE event = q->event;
@@ -160,6 +193,9 @@ bool Wait(GVQUEUE *q, DWORD timeoutMs) {
   if (!q || !LoadEvent(q)) return false;
   if (LoadFirst(q) != Sentinel(q)) return true;
   if (!timeoutMs) return false;
+  const bool came = WatchForANode(q, timeoutMs);
+  if (!LoadEvent(q)) return false;  // deleted while it watched
+  if (came) return true;
   HANDLE event;
   {
     Lock lock(q);

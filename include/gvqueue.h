@@ -36,7 +36,10 @@
  *
  * Threads. Any number of producers and consumers may use one queue at once.
  * Each call holds the queue's lock only for its list work and never waits
- * while holding it.
+ * while holding it. Before it sleeps on an empty queue, a GvQueueRemove or
+ * GvQueueWait with a time-out of 50 ms or more watches the queue for a
+ * moment (a short spin, then giving up its time slice a few times), so that
+ * a producer that keeps pace is met without a trip into the kernel.
  */
 #ifndef GVQUEUE_H
 #define GVQUEUE_H
