@@ -25,7 +25,7 @@ struct LoadReport {
   long long outOfOrder = 0;  // a source's node after a later one of it
   long long stalls = 0;      // waits that ran out with nodes still to come
   bool finished = false;     // all threads done within the limit
-  double seconds = 0;        // first insert to last removal
+  double seconds = 0;        // from the start until the last node was taken
 };
 
 inline double Now() {
