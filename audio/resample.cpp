@@ -203,7 +203,7 @@ struct StreamJob {
       const double f = p + 1.0;
       for (int c = 0; c < channels; ++c) {
         const double a = inst.dLast[c];
-        const double b = savedAt == 0 ? saved[c] : Read<T>(src + c * kB);
+        const double b = saved && savedAt == 0 ? saved[c] : Read<T>(src + c * kB);
         Write<T>(o + c * kB, f * (b - a) + a);
       }
       return;
@@ -218,7 +218,7 @@ struct StreamJob {
       }
     }
     for (int c = 0; c < channels; ++c) {
-      const double x = i == savedAt ? saved[c] : Read<T>(a + c * kB);
+      const double x = saved && i == savedAt ? saved[c] : Read<T>(a + c * kB);
       if (f == 0.0) {
         Write<T>(o + c * kB, x);
       } else {

@@ -76,7 +76,9 @@ TEST(Iir, GainWords) {
     EXPECT_NEAR(k.c[7], c.c7, 1e-15);
     // c5 is not a word of the low shelves: left as it was
     const bool low = c.f == GvIIR_FindLowShelfBoostCoeffs || c.f == GvIIR_FindLowShelfCutCoeffs;
-    if (low) EXPECT_EQ(k.c[5], 123.0);
+    if (low) {
+      EXPECT_EQ(k.c[5], 123.0);
+    }
   }
 }
 
