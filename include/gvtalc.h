@@ -19,5 +19,6 @@
 #include "gvriff.h"
 #include "gvstream.h"
 #include "gvpeak.h"
+#include "gvgraph.h"
 
 #endif /* GVTALC_H */
