@@ -170,6 +170,16 @@ class GraphBuilder final : public IGVGraphBuilder {
     return S_OK;
   }
 
+  STDMETHODIMP SetBufferTime(ULONGLONG time) override {
+    if (time < kMinBufferTime || time > kMaxBufferTime) return E_INVALIDARG;
+    if (run_) return E_ACCESSDENIED;
+    bufferTime_ = time;
+    dirty_ = true;
+    return S_OK;
+  }
+
+  STDMETHODIMP_(ULONGLONG) GetBufferTime() override { return bufferTime_; }
+
   STDMETHODIMP AddFilter(REFCLSID clsid, IGVFilter **filter) override {
     if (filter) *filter = nullptr;
     if (run_) return E_ACCESSDENIED;

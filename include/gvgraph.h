@@ -184,6 +184,11 @@ DECLARE_INTERFACE_(IGVGraphBuilder, IUnknown)
    * from its source). E_INVALIDARG for any other record. */
   STDMETHOD(SetFormat)(THIS_ const WAVEFORMATEX *format) PURE;
   STDMETHOD(GetFormat)(THIS_ WAVEFORMATEX *format) PURE;
+  /* The length of the buffers a run reads from its source, in 100 ns units
+   * (a new graph: 3000000, 0.3 s); 1000 .. 100000000, else E_INVALIDARG.
+   * A buffer holds at least one frame. */
+  STDMETHOD(SetBufferTime)(THIS_ ULONGLONG time) PURE;
+  STDMETHOD_(ULONGLONG, GetBufferTime)(THIS) PURE;
   /* Adds a new filter of `clsid` at the end of the list; *filter (may be
    * null) receives it with a reference the caller releases.
    * CLASS_E_CLASSNOTAVAILABLE for an unknown class, E_FAIL when the list
