@@ -18,6 +18,8 @@ struct WaveReader : tGVSAMPLEREADER {
   WAVEFORMATEX wfx{};
   HGVAUDIOSTREAM stream = nullptr;
   uint64_t frames = 0;
+  uint64_t dataOffset = 0;  // of the samples in the file
+  char name[MAX_PATH] = {};
 };
 
 struct MemReader : tGVSAMPLEREADER {
@@ -91,6 +93,8 @@ WaveReader *OpenWave(const char *name) {
       r->lpVtbl = &kWaveReader;
       r->wfx = *w;
       r->frames = info.nFrames;
+      r->dataOffset = info.nDataOffset;
+      lstrcpynA(r->name, name, MAX_PATH);
       if (info.nDataOffset > 0xFFFFFFFFu ||
           GvAudioStream_OpenFile(&r->stream, name, DWORD(info.nDataOffset), DWORD(info.nFrames),
                                  DWORD(info.nFrames >> 32), &attr, attr.nBitsPerSample,
@@ -104,44 +108,133 @@ WaveReader *OpenWave(const char *name) {
   return r;
 }
 
-// Reads the whole source through the reader into the new peak file, in
-// pieces of whole elements of about 512 KiB (the fastest here: small
-// enough to be summarised while still in the processor cache).
+// Summarises the source's frames in order into the peak file: pieces of
+// whole elements of about 512 KiB, small enough to be summarised while still
+// in the processor cache, their elements gathered for several pieces and
+// written to the file at once.
+class Summary {
+ public:
+  Summary(tGVAUDIOPEAK &p, const WAVEFORMATEX &w, uint64_t total)
+      : p_(p), w_(w), total_(total), per_(p.header.nFramesPerElement) {
+    piece_ = (0x80000 / w.nBlockAlign) / per_ * per_;
+    if (!piece_) piece_ = per_;
+    perPiece_ = piece_ / per_ + 1;
+  }
+  DWORD Piece() const { return piece_; }
+  bool Allocate() {
+    try {
+      elements_.resize(perPiece_ * kBatch * p_.halfElement);
+    } catch (...) {
+      return false;
+    }
+    return true;
+  }
+  // Takes the next `frames` frames: whole elements, unless they end the source.
+  HRESULT Take(const unsigned char *data, uint64_t frames) {
+    for (uint64_t done = 0; done < frames;) {
+      const DWORD n = frames - done < piece_ ? DWORD(frames - done) : piece_;
+      const int64_t made = Summarise(w_, data + done * w_.nBlockAlign, n, per_,
+                                     &elements_[pending_ * p_.halfElement]);
+      if (made < 0) return E_FAIL;
+      pending_ += made;
+      pendingFrames_ += n;
+      done += n;
+      taken_ += n;
+      if (taken_ == total_ || size_t(pending_) + perPiece_ > perPiece_ * kBatch) {
+        const HRESULT hr = WriteSummary(p_, elements_.data(), pending_, pendingFrames_, &offset_);
+        if (FAILED(hr)) return hr;
+        pending_ = 0;
+        pendingFrames_ = 0;
+      }
+    }
+    return S_OK;
+  }
+  uint64_t Taken() const { return taken_; }
+
+ private:
+  static constexpr size_t kBatch = 16;
+  tGVAUDIOPEAK &p_;
+  const WAVEFORMATEX &w_;
+  const uint64_t total_;
+  const DWORD per_;
+  DWORD piece_;
+  size_t perPiece_;
+  std::vector<short> elements_;
+  int64_t pending_ = 0;
+  uint64_t pendingFrames_ = 0, offset_ = 0, taken_ = 0;
+};
+
+bool OnLocalDisk(const char *name) {
+  char full[MAX_PATH];
+  const DWORD n = GetFullPathNameA(name, MAX_PATH, full, nullptr);
+  if (!n || n >= MAX_PATH || full[1] != ':' || full[2] != '\\') return false;
+  full[3] = '\0';
+  return GetDriveTypeA(full) == DRIVE_FIXED;
+}
+
+// A WAVE file on a local disk is summarised straight from views of the file
+// mapped into memory, which spares the copy a read makes. The file is held
+// open without write sharing meanwhile, so it cannot shrink under a view.
+// Stops early (the caller reads the rest) when a mapping cannot be had.
+HRESULT SummariseMapped(Summary &summary, const WaveReader &r) {
+  if (!OnLocalDisk(r.name)) return S_OK;
+  HANDLE file = CreateFileA(r.name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                            FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return S_OK;
+  LARGE_INTEGER size{};
+  const uint64_t align = r.wfx.nBlockAlign, end = r.dataOffset + r.frames * align;
+  HANDLE mapping = nullptr;
+  HRESULT hr = S_OK;
+  if (GetFileSizeEx(file, &size) && uint64_t(size.QuadPart) >= end)
+    mapping = CreateFileMappingA(file, nullptr, PAGE_READONLY, 0, 0, nullptr);
+  // Views of 64 MiB: few enough that mapping them costs next to nothing,
+  // small enough for a 32-bit address space. Each starts on the allocation
+  // granularity and ends on a whole element.
+  constexpr uint64_t kView = 64u << 20, kGranularity = 1u << 16;
+  while (mapping && summary.Taken() < r.frames) {
+    const uint64_t first = r.dataOffset + summary.Taken() * align;
+    const uint64_t base = first & ~(kGranularity - 1);
+    const uint64_t length = end - base < kView ? end - base : kView;
+    uint64_t frames = (base + length - first) / align;
+    if (summary.Taken() + frames < r.frames) frames -= frames % summary.Piece();
+    const void *view = frames ? MapViewOfFile(mapping, FILE_MAP_READ, DWORD(base >> 32),
+                                              DWORD(base), SIZE_T(length))
+                              : nullptr;
+    if (!view) break;
+    hr = summary.Take(static_cast<const unsigned char *>(view) + (first - base), frames);
+    UnmapViewOfFile(view);
+    if (FAILED(hr)) break;
+  }
+  if (mapping) CloseHandle(mapping);
+  CloseHandle(file);
+  return hr;
+}
+
+// Reads the whole source through the reader into the new peak file.
 HRESULT Build(tGVAUDIOPEAK &p, tGVSAMPLEREADER *reader) {
   const WAVEFORMATEX &w = *reader->lpVtbl->GetFormat(reader);
-  const DWORD per = p.header.nFramesPerElement;
-  DWORD piece = (0x80000 / w.nBlockAlign) / per * per;
-  if (!piece) piece = per;
-  // Elements gather for several pieces and go to the file in one write.
-  const size_t perPiece = piece / per + 1, batch = 16;
+  const uint64_t total = reader->lpVtbl->GetLength(reader);
+  Summary summary(p, w, total);
+  if (!summary.Allocate()) return E_OUTOFMEMORY;
+  if (reader->lpVtbl == &kWaveReader) {
+    const HRESULT hr = SummariseMapped(summary, *static_cast<WaveReader *>(reader));
+    if (FAILED(hr) || summary.Taken() == total) return hr;
+  }
   std::vector<unsigned char> buffer;
-  std::vector<short> elements;
   try {
-    buffer.resize(size_t(piece) * w.nBlockAlign);
-    elements.resize(perPiece * batch * p.halfElement);
+    buffer.resize(size_t(summary.Piece()) * w.nBlockAlign);
   } catch (...) {
     return E_OUTOFMEMORY;
   }
-  const uint64_t total = reader->lpVtbl->GetLength(reader);
-  uint64_t offset = 0, pendingFrames = 0;
-  int64_t pending = 0;
-  for (uint64_t at = 0; at < total;) {
-    const DWORD want = total - at < piece ? DWORD(total - at) : piece;
+  for (uint64_t at = summary.Taken(); at < total;) {
+    const DWORD want = total - at < summary.Piece() ? DWORD(total - at) : summary.Piece();
     DWORD got = 0;
     HRESULT hr = reader->lpVtbl->Read(reader, at, buffer.data(), want, &got);
     if (FAILED(hr)) return hr;
     if (got < want) return E_FAIL;  // the source ended early
-    const int64_t made = Summarise(w, buffer.data(), got, per, &elements[pending * p.halfElement]);
-    if (made < 0) return E_FAIL;
-    pending += made;
-    pendingFrames += got;
     at += got;
-    if (at == total || size_t(pending) + perPiece > perPiece * batch) {
-      hr = WriteSummary(p, elements.data(), pending, pendingFrames, &offset);
-      if (FAILED(hr)) return hr;
-      pending = 0;
-      pendingFrames = 0;
-    }
+    hr = summary.Take(buffer.data(), got);
+    if (FAILED(hr)) return hr;
   }
   return S_OK;
 }

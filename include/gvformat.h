@@ -90,9 +90,9 @@ GVAPI(int) GvMessageBox(HWND owner, LPCSTR text, LPCSTR caption, UINT style);
  * results are cut) and shows it with GvMessageBox(owner, text, null,
  * style). Returns GvMessageBox's result. */
 GVAPIV(int) GvMsgBox(HWND owner, UINT style, LPCSTR format, ...);
-/* The same with the format taken from string resource stringId. Until
- * language modules are in place the string comes from GVTALC.dll's own
- * string table and `language` is not read. */
+/* The same with the format taken from string resource stringId, loaded
+ * through the language handle `language` (gvlang.h: its translation first,
+ * then its module); a null handle stands for GVTALC.dll's own. */
 GVAPIV(int) GvMsgBoxId(HANDLE language, HWND owner, UINT style, UINT stringId, ...);
 
 /* Shows the formatter's self-test text in a box owned by owner (tokens

@@ -65,9 +65,7 @@ void RegisterSeparatorTokens() {
 
 HRESULT TextServices_Init() {
   GvList_CreateEx(&g_tokens, 4, 16, 16, GVLIST_OWNITEMS, nullptr, 0);
-  // The international settings are not read from the registry yet: the
-  // United States separators stay in force.
-  RegisterSeparatorTokens();
+  ReadInternationals();  // takes the separators and registers their tokens
   return S_OK;
 }
 

@@ -3,6 +3,10 @@
 // reading the international settings fills it.
 #pragma once
 
+#include <windows.h>
+
+#include "include/gvlang.h"
+
 namespace gv {
 
 struct IntlSeparators {
@@ -25,5 +29,22 @@ void SetSeparators(const IntlSeparators &separators);
 
 // The United States values.
 IntlSeparators UnitedStatesSeparators();
+
+// ---- The whole international record ----------------------------------------
+
+// The record in force (the defaults until the settings are read).
+const tGVINTERNATIONALS &Internationals();
+
+// The record filled from the values under `key` (null: all defaults);
+// a value missing, empty, not a string or too long for its field keeps
+// its default.
+void ReadInternationalsFrom(HKEY key, tGVINTERNATIONALS *out);
+
+// Reads HKEY_CURRENT_USER\Control Panel\International into the record in
+// force, takes its separators and re-registers the separator tokens.
+void ReadInternationals();
+
+// The separators a record names (the first character of each field).
+IntlSeparators SeparatorsOf(const tGVINTERNATIONALS &record);
 
 }  // namespace gv

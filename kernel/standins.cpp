@@ -5,16 +5,7 @@
 
 namespace gv {
 
-HRESULT Language_OpenOwn(void **handle, HINSTANCE) {
-  *handle = nullptr;
-  return S_OK;
-}
-void Language_Close(void *) {}
-
 BOOL Controls_Init() { return TRUE; }
 void Controls_Term() {}
-
-void Summary_LoadResources() {}
-void Summary_FreeResources() {}
 
 }  // namespace gv

@@ -1,13 +1,20 @@
-// Strings of the ...Id wrappers. Until language modules are in place they
-// come from the library's own string table.
+// Strings of the ...Id wrappers, loaded through a language handle: its
+// translation first, then its module. A null handle stands for the
+// library's own.
 #include "kernel/format.h"
 #include "kernel/frame.h"
+#include "kernel/lang.h"
 
 namespace gv {
 
-void LoadFormatString(HANDLE /*language*/, UINT id, char *buffer, int size) {
+void LoadFormatString(HANDLE language, UINT id, char *buffer, int size) {
   if (size < 1) return;
-  if (LoadStringA(g_frame.module, id, buffer, size) <= 0) buffer[0] = '\0';
+  LangHandle *handle = language ? Usable(language) : OwnLanguage();
+  if (handle) {
+    LoadStringFrom(handle, id, buffer, size);
+  } else if (LoadStringA(g_frame.module, id, buffer, size) <= 0) {
+    buffer[0] = '\0';
+  }
 }
 
 const char *WrapperTextFromId(char (&buffer)[kWrapperBufferSize], HANDLE language, UINT id,

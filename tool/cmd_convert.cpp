@@ -1,5 +1,5 @@
-// gvtool convert: a WAVE file to another sample format, channel count and
-// level, read and written through audio streams. The output is made under a
+// gvtool convert: a WAVE file to another sample format, channel count,
+// level and sample rate, read and written through audio streams. The output is made under a
 // temporary name beside the target and renamed over it only when complete.
 #include <CLI/CLI.hpp>
 
@@ -18,8 +18,9 @@ using gvtool::kFailed;
 using gvtool::WaveFile;
 
 struct ConvertArgs {
-  std::string in, out, encoding;
+  std::string in, out, encoding, method = "linear";
   int bits = 0, channels = 0;
+  unsigned rate = 0;
   double gainDb = 0;
   bool progress = false;
 } args;
@@ -67,13 +68,55 @@ bool WriteHeaders(const std::string &path, const WAVEFORMATEX &wfx, DWORD dataBy
   return ok;
 }
 
-// Reads `in`, applies the gain and the channel change, writes `out`.
-bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outChannels) {
+// The rate change, piece by piece: the streaming method carries its state
+// from one piece to the next; repetition gives each piece the share of the
+// output its end calls for.
+class RateChange {
+ public:
+  RateChange(DWORD from, DWORD to, int channels)
+      : wfx_(gvtool::MakeWfx(WAVE_FORMAT_IEEE_FLOAT, 32, WORD(channels), from)), to_(to),
+        active_(from != to) {}
+  bool active() const { return active_; }
+  // The output frames for `frames` input frames; out is resized to hold them.
+  DWORD Run(const float *in, DWORD frames, std::vector<float> &out) {
+    const bool repeat = args.method == "repeat";
+    long made;
+    if (repeat) {
+      const ULONGLONG end = (seen_ + frames) * to_ / wfx_.nSamplesPerSec;
+      made = long(end - (seen_ * to_ / wfx_.nSamplesPerSec));
+    } else {
+      if (first_) inst_.dStep = double(wfx_.nSamplesPerSec) / to_;  // for the count only
+      made = GvAudio_ResampleFrames(&inst_, long(frames));
+    }
+    out.resize(size_t(made + 1) * wfx_.nChannels);
+    DWORD flags = repeat ? GVRESAMPLE_REPEAT : GVRESAMPLE_STREAM;
+    if (first_ && !repeat) flags |= GVRESAMPLE_RESET;
+    first_ = false;
+    seen_ += frames;
+    if (made < 1) return 0;
+    const long got = GvAudio_ResampleEx(&wfx_, to_, out.data(), made, in, long(frames), &inst_, flags);
+    return DWORD(got);
+  }
+
+ private:
+  WAVEFORMATEX wfx_;
+  DWORD to_;
+  bool active_, first_ = true;
+  ULONGLONG seen_ = 0;
+  tGVRESAMPLEINSTANCE inst_{};
+};
+
+// Reads `in`, applies the gain, the channel change and the rate change,
+// writes `out`; *written counts the frames written.
+bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outChannels,
+          DWORD outRate, ULONGLONG *written) {
   const int inChannels = wave.wfx.nChannels;
   const WAVEFORMATEX inFloat =
       gvtool::MakeWfx(WAVE_FORMAT_IEEE_FLOAT, 32, WORD(inChannels), wave.wfx.nSamplesPerSec);
   const float gain = float(std::pow(10.0, args.gainDb / 20.0));
-  std::vector<float> src(size_t(kPiece) * inChannels), dst(size_t(kPiece) * outChannels);
+  std::vector<float> src(size_t(kPiece) * inChannels), dst(size_t(kPiece) * outChannels), rated;
+  RateChange rate(wave.wfx.nSamplesPerSec, outRate, outChannels);
+  *written = 0;
   gvtool::Progress progress("convert " + args.in, wave.info.nFrames, args.progress);
   ULONGLONG done = 0;
   while (done < wave.info.nFrames) {
@@ -95,13 +138,19 @@ bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outCh
       GvAudio_ChannelChange(dst.data(), outChannels, src.data(), &inFloat, int(got));
       frames = dst.data();
     }
-    hr = GvAudioStream_Write(out, frames, got, &put);
-    if (hr != S_OK || put != got) {
+    DWORD outFrames = got;
+    if (rate.active()) {
+      outFrames = rate.Run(frames, got, rated);
+      frames = rated.data();
+    }
+    hr = outFrames ? GvAudioStream_Write(out, frames, outFrames, &put) : S_OK;
+    if (hr != S_OK || put != outFrames) {
       Error("%s: %s", args.out.c_str(),
             hr != S_OK ? gvtool::HresultReason(hr).c_str() : "short write");
       return false;
     }
     done += got;
+    *written += outFrames;
     progress.Update(done);
   }
   return true;
@@ -132,19 +181,27 @@ int RunConvert() {
           args.in.c_str(), inChannels, outChannels);
     return kFailed;
   }
+  const DWORD outRate = args.rate ? args.rate : wave.wfx.nSamplesPerSec;
+  if (outRate != wave.wfx.nSamplesPerSec && outChannels > GVRESAMPLE_MAXSTREAMCHANNELS) {
+    Error("%s: %d channels: the rate can be changed for at most %d", args.in.c_str(),
+          outChannels, GVRESAMPLE_MAXSTREAMCHANNELS);
+    return kFailed;
+  }
   const bool isFloat = encoding == "float";
   const WAVEFORMATEX outWfx =
       gvtool::MakeWfx(isFloat ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM, WORD(bits),
-                      WORD(outChannels), wave.wfx.nSamplesPerSec);
-  const ULONGLONG dataBytes = wave.info.nFrames * outWfx.nBlockAlign;
-  if (dataBytes > 0xFFFFFFFFull - kHeaderBytes) {
+                      WORD(outChannels), outRate);
+  // The most frames the rate change can make (it makes a frame or so fewer).
+  const ULONGLONG outFrames = wave.info.nFrames * outRate / wave.wfx.nSamplesPerSec + 1;
+  const ULONGLONG dataBytesMost = outFrames * outWfx.nBlockAlign;
+  if (dataBytesMost > 0xFFFFFFFFull - kHeaderBytes) {
     Error("%s: the output would pass the 4 GiB limit of a WAVE file", args.out.c_str());
     return kFailed;
   }
   tGVAUDIOATTRIBS outAttr;
   const DWORD outFlags = isFloat ? GVAA_FLOAT32 : bits == 8 ? GVAA_UNSIGNED8
                                                 : bits == 24 ? GVAA_PACKED24 : 0;
-  GvAudio_InitAttribs(&outAttr, sizeof outAttr, 0, outFlags, outWfx.nSamplesPerSec, DWORD(bits),
+  GvAudio_InitAttribs(&outAttr, sizeof outAttr, 0, outFlags, outRate, DWORD(bits),
                       DWORD(outChannels));
 
   // The temporary file sits in the target's folder, so the rename stays
@@ -161,7 +218,9 @@ int RunConvert() {
                                 GVAS_VIEW_NONE, GVAS_CREATE);
     if (hr != S_OK) Error("%s: %s", args.out.c_str(), gvtool::HresultReason(hr).c_str());
   }
-  bool ok = in && out && Copy(wave, in, out, outChannels);
+  ULONGLONG written = 0;
+  bool ok = in && out && Copy(wave, in, out, outChannels, outRate, &written);
+  const DWORD dataBytes = DWORD(written * outWfx.nBlockAlign);
   GvAudioStream_Close(in);
   if (out) GvAudioStream_Close(out);
   if (ok && !WriteHeaders(temp, outWfx, DWORD(dataBytes))) {
@@ -179,9 +238,13 @@ int RunConvert() {
   char from[128], to[128];
   GvAudio_GetAttribsText(&wave.wfx, from, sizeof from);
   GvAudio_GetAttribsText(&outWfx, to, sizeof to);
-  std::printf("%s (%s, %s) -> %s (%s, %s): %llu frames at %+.2f dB\n", args.in.c_str(), from,
+  std::printf("%s (%s, %s) -> %s (%s, %s): %llu frames", args.in.c_str(), from,
               gvtool::EncodingText(wave.wfx), args.out.c_str(), to, gvtool::EncodingText(outWfx),
-              static_cast<unsigned long long>(wave.info.nFrames), args.gainDb);
+              static_cast<unsigned long long>(wave.info.nFrames));
+  if (outRate != wave.wfx.nSamplesPerSec)
+    std::printf(" -> %llu frames (%s)", static_cast<unsigned long long>(written),
+                args.method == "repeat" ? "repeated" : "interpolated");
+  std::printf(" at %+.2f dB\n", args.gainDb);
   return gvtool::kDone;
 }
 
@@ -192,7 +255,10 @@ gvtool::Runner Setup(CLI::App &cmd) {
       "-c 1 sums the channels (it does not average them: lower the gain to keep\n"
       "headroom); -c 2 copies a mono file to both channels. Unset -b and -e follow\n"
       "the input. OUT appears only when complete; damaged (truncated) input is\n"
-      "refused. For headerless sample data see convert-raw.");
+      "refused. -r changes the rate after the channel change, piece by piece through\n"
+      "the streaming interpolator (its state carried between pieces), or with\n"
+      "--method repeat by repeating or dropping frames; at most 32 channels.\n"
+      "For headerless sample data see convert-raw.");
   cmd.add_option("IN", args.in, "WAVE file to read")->required();
   cmd.add_option("OUT", args.out, "WAVE file to write (replaced when complete)")->required();
   cmd.add_option("-b,--bits", args.bits, "Bits per sample: 8, 16, 24 or 32")
@@ -206,12 +272,17 @@ gvtool::Runner Setup(CLI::App &cmd) {
   cmd.add_option("--gain", args.gainDb, "Gain in dB, -200 to 200, applied to the float samples (default 0)")
       ->check(CLI::Number)->check(CLI::Range(-200.0, 200.0))
       ->option_text("DB");
+  cmd.add_option("-r,--rate", args.rate, "Sample rate of the output, 1000 to 768000 (default the input's)")
+      ->check(CLI::Number)->check(CLI::Range(1000u, 768000u))->option_text("HZ");
+  cmd.add_option("--method", args.method, "Rate change: linear (streaming interpolation, the "
+                                          "default) or repeat (nearest frame)")
+      ->check(CLI::IsMember({"linear", "repeat"}));
   cmd.add_flag("--progress", args.progress, "Show progress on stderr (shown anyway on a "
                                             "terminal after a second)");
   return RunConvert;
 }
 
-const gvtool::Registration reg{"convert", "Convert a WAVE file: bits, encoding, channels, gain.",
+const gvtool::Registration reg{"convert", "Convert a WAVE file: bits, encoding, channels, gain, rate.",
                                Setup};
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "infotext.h"
 #include "wave.h"
 
 namespace {
@@ -101,6 +102,30 @@ bool FindPeaks(const WaveFile &wave, std::vector<tGVCHANNELPEAK> *peaks) {
   return ok;
 }
 
+// The file's INFO items under the summary table's names (in the library's
+// language); false after an error naming the file.
+bool ShowInfo(const std::string &path) {
+  HANDLE file = gvtool::OpenForReading(path);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  tGVINFOLIST list;
+  const HRESULT hr = gvtool::LoadFileInfo(file, &list);
+  CloseHandle(file);
+  if (hr != S_OK) {
+    gvtool::Error("%s: INFO list: %s", path.c_str(), gvtool::HresultReason(hr).c_str());
+    return false;
+  }
+  const char *label = "info";
+  for (DWORD i = 0; i < list.nCount; ++i) {
+    const tGVINFOITEM &item = list.pItems[i];
+    if (!item.pszText) continue;
+    std::printf("  %-12s %s (%s): %s\n", label, gvtool::InfoDisplayName(item.fcc).c_str(),
+                gvtool::CodeText(item.fcc).c_str(), item.pszText);
+    label = "";
+  }
+  infolist_Free(&list);
+  return true;
+}
+
 int ShowOne(const std::string &path) {
   WaveFile wave;
   if (!gvtool::ProbeWave(path, &wave)) return gvtool::kFailed;
@@ -125,6 +150,7 @@ int ShowOne(const std::string &path) {
   std::printf("  data offset  %llu\n", static_cast<unsigned long long>(info.nDataOffset));
   if (info.dwFlags & GVWAVE_STREAMED)
     std::printf("  data size    unset (written to a pipe): read to the end of the file\n");
+  if (!ShowInfo(path)) return gvtool::kFailed;
   std::vector<tGVCHANNELPEAK> peaks;
   const bool read = FindPeaks(wave, &peaks);
   for (size_t c = 0; read && c < peaks.size(); ++c) {

@@ -162,6 +162,42 @@ TEST(PeakFile, ThousandMonoFramesGiveFourElementsAndAStampedHeader) {
   EXPECT_EQ(std::memcmp(&disk[64], want, 16), 0);
 }
 
+// Long sources are summarised from views of the mapped file: elements on
+// both sides of a view's edge, and the short last element, come out as a
+// plain scan of the samples gives them.
+TEST(PeakFile, LongSourceElementsAcrossMappedViews) {
+  TempDir dir;
+  const std::string source = dir / "long.wav";
+  const DWORD frames = (64u << 20) / 4 + 1000;  // stereo 16-bit, past one 64 MiB view
+  Bytes wave = Riff("WAVE", Concat({Chunk("fmt ", PcmFmt()), Chunk("data", Bytes(frames * 4))}));
+  short *samples = reinterpret_cast<short *>(&wave[44]);
+  unsigned seed = 5;
+  for (DWORD i = 0; i < 2 * frames; ++i) samples[i] = short((seed = seed * 1664525u + 1013904223u) >> 16);
+  WriteAll(source, wave);
+
+  tGVAUDIOPEAK *p = nullptr;
+  DWORD how = 0;
+  ASSERT_EQ(GvPeak_OpenDataFromWaveFile(&p, source.c_str(), 0, &how), S_OK);
+  EXPECT_EQ(how, DWORD(GVPEAK_BUILT));
+  GvPeak_FreeEx(p, FALSE);
+  const Bytes disk = ReadAll(dir / "long.gvk");
+  const DWORD elements = (frames + 255) / 256;
+  ASSERT_EQ(disk.size(), 64u + elements * 8u);
+  const short *got = reinterpret_cast<const short *>(&disk[64]);
+  DWORD wrong = 0;
+  for (DWORD e = 0; e < elements; ++e) {
+    short want[4] = {32767, -32768, 32767, -32768};
+    for (DWORD f = e * 256; f < frames && f < e * 256 + 256; ++f)
+      for (int ch = 0; ch < 2; ++ch) {
+        const short v = samples[2 * f + ch];
+        want[2 * ch] = v < want[2 * ch] ? v : want[2 * ch];
+        want[2 * ch + 1] = v > want[2 * ch + 1] ? v : want[2 * ch + 1];
+      }
+    if (std::memcmp(got + 4 * e, want, 8) != 0 && wrong++ < 5) ADD_FAILURE() << "element " << e;
+  }
+  EXPECT_EQ(wrong, 0u);
+}
+
 TEST(PeakFile, OpenRefusesEveryWrongField) {
   TempDir dir;
   const std::string source = StereoWave(dir, 4);

@@ -64,6 +64,17 @@ zip)  # the release archive: a stripped DLL that links to its debug file
   if ! grep -q '\.gnu_debuglink' <<<"$sections" || grep -q '\.debug_info' <<<"$sections"; then
     echo "GVTALC.dll in $name.zip: not stripped, or no link to its debug file"; exit 1
   fi
+  members=$(unzip -Z1 "$zip")
+  if ! grep -qx "$name/bin/GVTALC.deu" <<<"$members"; then
+    echo "$name.zip carries no German language module beside the DLL"; exit 1
+  fi
+  ;;
+languages)  # the installed language modules, found by the installed gvtool
+  listing=$(run "$prefix/bin/gvtool.exe" lang)
+  if ! grep -q "^GVTALC.deu .* Deutsch (Deutschland)" <<<"$listing" ||
+     grep -q "gvtest" <<<"$listing"; then
+    echo "gvtool lang in the install tree:"; echo "$listing"; exit 1
+  fi
   ;;
 *)
   echo "unknown case $case"; exit 2

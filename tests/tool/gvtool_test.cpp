@@ -14,20 +14,14 @@
 #include <vector>
 
 #include "support/cases.h"
+#include "support/tool_runner.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-struct Result {
-  DWORD code = 0xFFFFFFFF;
-  std::string out, err;
-};
-
-std::string Slurp(const std::string &path) {
-  std::ifstream f(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(f), {});
-}
+using Result = gvtest::ToolResult;
+using gvtest::Slurp;
 
 void Spit(const std::string &path, const void *data, size_t size) {
   std::ofstream(path, std::ios::binary).write(static_cast<const char *>(data), std::streamsize(size));
@@ -86,34 +80,7 @@ class GvtoolTest : public testing::Test {
   std::string Path(const std::string &name) const { return dir_ + name; }
 
   // Runs gvtool in the test folder with stdout and stderr in files.
-  Result Run(const std::string &args) {
-    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    const std::string outPath = Path("stdout.txt"), errPath = Path("stderr.txt");
-    HANDLE out = CreateFileA(outPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                             CREATE_ALWAYS, 0, nullptr);
-    HANDLE err = CreateFileA(errPath.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit,
-                             CREATE_ALWAYS, 0, nullptr);
-    STARTUPINFOA si{};
-    si.cb = sizeof si;
-    si.dwFlags = STARTF_USESTDHANDLES;
-    si.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-    si.hStdOutput = out;
-    si.hStdError = err;
-    std::string line = "\"" GV_TOOL_EXE "\" " + args;
-    PROCESS_INFORMATION pi{};
-    Result r;
-    if (CreateProcessA(nullptr, &line[0], nullptr, nullptr, TRUE, 0, nullptr, dir_.c_str(), &si,
-                       &pi)) {
-      if (WaitForSingleObject(pi.hProcess, 60000) == WAIT_OBJECT_0)
-        GetExitCodeProcess(pi.hProcess, &r.code);
-      CloseHandle(pi.hThread);
-      CloseHandle(pi.hProcess);
-    }
-    CloseHandle(out);
-    CloseHandle(err);
-    r.out = Slurp(outPath), r.err = Slurp(errPath);
-    return r;
-  }
+  Result Run(const std::string &args) { return gvtest::RunTool(GV_TOOL_EXE, dir_, args); }
 
   std::string dir_;
 };
@@ -297,3 +264,78 @@ TEST_F(GvtoolTest, PeaksBuiltThenReusedAndFollowTheSource) {
 }
 
 }  // namespace
+
+// convert -r: the streaming interpolator or repetition on the 8 kHz input
+// (0, 256, -256, 32767, -32768): the header's rate and size, the samples.
+TEST_F(GvtoolTest, ConvertChangesTheRate) {
+  const struct {
+    const char *options;
+    DWORD rate;
+    Bytes data;
+  } cases[] = {
+      // positions 0, 0.5, ... 3.5: halves truncate toward zero
+      {"-r 16000", 16000, Samples<int16_t>({0, 128, 256, 0, -256, 16255, 32767, 0})},
+      {"-r 16000 --method repeat", 16000,
+       Samples<int16_t>({0, 0, 256, 256, -256, -256, 32767, 32767, -32768, -32768})},
+      // positions 0, 2: frames 0 and 2
+      {"-r 4000", 4000, Samples<int16_t>({0, -256})},
+      {"-r 4000 --method repeat", 4000, Samples<int16_t>({256, 32767})},
+      {"-r 8000", 8000, Samples<int16_t>({0, 256, -256, 32767, -32768})},
+  };
+  FOR_EACH_CASE(cases) {
+    const Result r = Run(std::string("convert in.wav out.wav ") + c.options);
+    EXPECT_EQ(r.code, 0u) << r.err;
+    const std::string got = Slurp(Path("out.wav"));
+    ASSERT_GE(got.size(), 44u);
+    DWORD rate, avg, size;
+    std::memcpy(&rate, &got[24], 4), std::memcpy(&avg, &got[28], 4), std::memcpy(&size, &got[40], 4);
+    EXPECT_EQ(rate, c.rate);
+    EXPECT_EQ(avg, c.rate * 2);
+    EXPECT_EQ(size, c.data.size());
+    EXPECT_EQ(Bytes(got.begin() + 44, got.end()), c.data);
+  }
+  const Bytes wide = Wave(1, 33, 16, Bytes(33 * 2 * 4, 0), 33 * 2 * 4);
+  Spit(Path("wide.wav"), wide.data(), wide.size());
+  const Result r = Run("convert wide.wav out2.wav -r 16000");
+  EXPECT_EQ(r.code, 1u);
+  EXPECT_NE(r.err.find("at most 32"), std::string::npos) << r.err;
+  EXPECT_FALSE(Exists(Path("out2.wav")));
+}
+
+TEST_F(GvtoolTest, TimeAndIirCommands) {
+  const struct {
+    const char *args;
+    DWORD code;
+    std::string out, err;  // stdout is in text mode: lines end in CR LF
+  } cases[] = {
+      {"time 2.5s --format smpte", 0, "00:00:02.15\r\n", ""},
+      {"time 600000000 --format 7", 0, "00:01:00.02\r\n", ""},
+      {"time 1h --brief", 0, "01:00:00\r\n", ""},
+      {"time 1.5min --format seconds", 0, "90.000\r\n", ""},
+      {"time 2s --format measures --tempo 90 --beats 3", 0, "2:1.0\r\n", ""},
+      {"time 1s --format samples --rate 48000", 0, "48,000\r\n", ""},
+      {"time 250ms --format frames --fps 24", 0, "6.000\r\n", ""},
+      {"time 12 --format 10", 0, "12\r\n", ""},
+      {"time abc", 2, "", "gvtool: abc: not a time"},
+      {"time 5x", 2, "", "gvtool: 5x: not a time"},
+      {"time 1s --format bogus", 2, "", "gvtool: --format bogus"},
+      {"time 1s --rate 0", 2, "", "gvtool: --rate"},
+      {"iir band 1000 6 2", 0, "c7 = ", ""},
+      {"iir lowboost 100 0 1", 0, "c6 = 1\r\nc7 = 0\r\n", ""},
+      {"iir bogus 1000 6 2", 2, "", "gvtool: bogus: not a filter type"},
+      {"iir band 30000 6 2", 2, "", "above half the rate"},
+      {"iir band 1000 6 0", 2, "", "gvtool: Q"},
+  };
+  FOR_EACH_CASE(cases) {
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.code, c.code);
+    EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+    if (c.err.empty())
+      EXPECT_EQ(r.err, "");
+    else
+      EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+  }
+  const Result r = Run("iir hicut 5000 -6 0.7 --plot p.png");
+  EXPECT_EQ(r.code, 0u) << r.err;
+  EXPECT_EQ(PngSize(Slurp(Path("p.png"))), std::make_pair(900u, 420u));
+}
