@@ -15,6 +15,7 @@ struct FilterClass {
 const FilterClass kClasses[] = {
     {GV_CLSID_GVF_WAVESOURCE_INIT, NewWaveSource}, {GV_CLSID_GVF_WAVESINK_INIT, NewWaveSink},
     {GV_CLSID_GVF_GAIN_INIT, NewGain},             {GV_CLSID_GVF_FORMAT_INIT, NewFormatChange},
+    {GV_CLSID_GVF_RESAMPLE_INIT, NewResampler},    {GV_CLSID_GVF_IIR_INIT, NewIir},
     {GV_CLSID_GVF_PEAKWRITER_INIT, NewPeakWriter},
 };
 

@@ -77,16 +77,23 @@
  * bits would store them), 0 (new) keeps float. Data: channels, bits. */
 #define GV_CLSID_GVF_FORMAT_INIT \
   { 0x5E0A7C04, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x04 } }
-/* Resampler: streaming linear interpolation to GVFK_RATE samples a second,
- * 1000 .. 384000 (new: 44100), the same rate through unchanged.
- * Data: the rate. */
+/* Resampler: changes the rate to GVFK_RATE samples a second, 1000 .. 768000
+ * (new: 44100), by the streaming interpolation of gvresample.h
+ * (GVRESAMPLE_STREAM), its position and last frame carried from buffer to
+ * buffer, so the output is that of one GvAudio_ResampleEx call per buffer
+ * on one instance; the same rate passes unchanged. At most
+ * GVRESAMPLE_MAXSTREAMCHANNELS channels. Data: the rate (32-bit word). */
 #define GV_CLSID_GVF_RESAMPLE_INIT \
   { 0x5E0A7C05, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x05 } }
 /* IIR stage: GVFK_TYPE GVIIR_LOWSHELF, GVIIR_HISHELF or GVIIR_BAND (new),
- * GVFK_FREQ in Hz (new: 1000), GVFK_GAIN in dB, -60 .. 60 (new: 0), GVFK_Q
- * 0.1 .. 100 (new: 1); the coefficients are designed for the stream's rate
- * (a shelf's boost or cut by the sign of the gain) and run in two passes.
- * Data: type, then frequency, gain and Q as 64-bit doubles. */
+ * GVFK_FREQ in Hz, 1 .. 384000 (new: 1000), GVFK_GAIN in dB, -60 .. 60
+ * (new: 0), GVFK_Q 0.1 .. 100 (new: 1). At the start of a run the
+ * coefficients are designed for the stream's rate (request dFreq =
+ * GVFK_FREQ / rate) by the gviir.h routine of the type, a shelf's cut
+ * routine for a negative gain and its boost routine otherwise, and run as
+ * gviir.h describes (two passes, per-channel state kept across buffers,
+ * computed in doubles, stored as float). Data: the type (32-bit word),
+ * then frequency, gain and Q (64-bit doubles). */
 #define GV_CLSID_GVF_IIR_INIT \
   { 0x5E0A7C06, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x06 } }
 /* Peak writer: passes its audio on unchanged and writes its peak file to

@@ -96,6 +96,92 @@ TEST_F(GraphRun, OutputEqualsTheStepsDoneOneAfterAnother) {
   }
 }
 
+// The resampler and the IIR stage done directly: the 16-bit samples as
+// floats, one GvAudio_ResampleEx call per source buffer on one instance,
+// (none at the same rate), then the designed coefficients run as gviir.h
+// describes.
+std::vector<float> ResampledAndFiltered(const std::vector<int16_t> &in, WORD channels,
+                                        DWORD rate, DWORD newRate, DWORD piece, int type,
+                                        double freq, double gainDb) {
+  std::vector<float> x(in.size()), y;
+  for (size_t i = 0; i < in.size(); ++i) x[i] = float(in[i] / 32768.0);
+  if (newRate == rate) y = x;
+  const WAVEFORMATEX wfx = FloatFormat(channels, rate);
+  tGVRESAMPLEINSTANCE inst{};
+  DWORD flags = GVRESAMPLE_STREAM | GVRESAMPLE_RESET;
+  for (size_t at = 0; newRate != rate && at < x.size(); at += size_t(piece) * channels) {
+    const long n = long(std::min<size_t>(piece, (x.size() - at) / channels));
+    inst.dStep = double(rate) / newRate;
+    const long made = GvAudio_ResampleFrames(&inst, n);
+    std::vector<float> out(size_t(made + 1) * channels);
+    const long got = GvAudio_ResampleEx(&wfx, newRate, out.data(), made, &x[at], n, &inst, flags);
+    y.insert(y.end(), out.begin(), out.begin() + got * channels);
+    flags = GVRESAMPLE_STREAM;
+  }
+  const tGVIIRREQUEST request{freq / newRate, gainDb, 2.0};
+  tGVIIRCOEFFS k{};
+  (type == GVIIR_BAND ? GvIIR_FindBandPassCoeffs : GvIIR_FindLowShelfCutCoeffs)(&k, &request);
+  const double *c = k.c;
+  for (WORD ch = 0; ch < channels; ++ch) {
+    double h[2][4] = {};  // per pass: s[n-1], s[n-2], u[n-1], u[n-2]
+    for (size_t i = ch; i < y.size(); i += channels) {
+      double u = y[i];
+      for (auto &p : h) {
+        const double v = type == GVIIR_BAND ? u - p[3] : u;
+        const double s = c[4] * v + c[2] * p[0] - c[3] * p[1];
+        p[1] = p[0], p[0] = s, p[3] = p[2], p[2] = u;
+        u = type == GVIIR_BAND ? c[6] * u + c[7] * s : c[6] * u + c[7] * (u - s);
+      }
+      y[i] = float(u);
+    }
+  }
+  return y;
+}
+
+TEST_F(GraphRun, ResamplerAndIirEqualTheStepsDoneDirectly) {
+  const DWORD frames = 30011;
+  const std::vector<int16_t> in = Tone(frames, 2);
+  ASSERT_TRUE(WriteAll(dir_ / "in.wav", Wave16(2, 44100, in)));
+  struct Case {
+    DWORD newRate;
+    uint64_t bufferTime;  // 100 ns units; DWORD(44100 * t / 1e7) frames
+    int type;
+    double freq, gainDb;
+  } const cases[] = {
+      {48000, 3000000, GVIIR_BAND, 3000, 9},     // 13230-frame buffers
+      {48000, 22000, GVIIR_BAND, 3000, -12},     // 97 frames
+      {22050, 50000, GVIIR_LOWSHELF, 200, -20},  // 220 frames, downward
+      {8000, 2300, GVIIR_BAND, 1000, 6},         // 10 frames: some make one output frame
+      {44100, 100000, GVIIR_LOWSHELF, 500, -6},  // the rate unchanged
+  };
+  FOR_EACH_CASE(cases) {
+    const std::string out = dir_ / "out.wav";
+    Bytes d = Head(L"dsp", c.bufferTime, FloatFormat(2, 44100), 4);
+    PutGuid(d, kSource), Put32(d, 1), PutText(d, Wide(dir_ / "in.wav"));
+    PutGuid(d, kResampler), Put32(d, 1), Put32(d, c.newRate);
+    PutGuid(d, kIir), Put32(d, 1), Put32(d, uint32_t(c.type));
+    PutDouble(d, c.freq), PutDouble(d, c.gainDb), PutDouble(d, 2.0);
+    PutGuid(d, kSink), Put32(d, 1), PutText(d, Wide(out)), Put32(d, 32), Put32(d, 1);
+    Put32(d, 3), Put32(d, 0), Put32(d, 0);
+    for (uint32_t i = 0; i < 3; ++i) PutConnection(d, i, 0, i + 1, 0);
+    IGVGraphBuilder *g = nullptr;
+    ASSERT_EQ(LoadBytes(MemoryForm(d), &g), S_OK);
+    ASSERT_EQ(g->Run(), S_OK);
+    EXPECT_EQ(g->Wait(30000, nullptr), S_OK);
+    EXPECT_EQ(g->Release(), 0u);
+    const DWORD piece = DWORD(44100 * c.bufferTime / 10000000);
+    const std::vector<float> expected =
+        ResampledAndFiltered(in, 2, 44100, c.newRate, piece, c.type, c.freq, c.gainDb);
+    const Bytes file = Slurp(out);
+    ASSERT_EQ(file.size(), 44 + expected.size() * 4);
+    EXPECT_EQ(std::memcmp(file.data() + 44, expected.data(), expected.size() * 4), 0);
+    WAVEFORMATEX wfx{};
+    std::memcpy(&wfx, file.data() + 20, 16);
+    EXPECT_EQ(wfx.nSamplesPerSec, c.newRate);
+    DeleteFileA(out.c_str());
+  }
+}
+
 TEST_F(GraphRun, PeakWriterLeavesAValidPeakFileOfTheOutput) {
   const DWORD frames = 9000;
   ASSERT_TRUE(WriteAll(dir_ / "in.wav", Wave16(2, 8000, Tone(frames, 2))));

@@ -26,6 +26,8 @@ const CLSID kSink = GV_CLSID_GVF_WAVESINK_INIT;
 const CLSID kGain = GV_CLSID_GVF_GAIN_INIT;
 const CLSID kFormat = GV_CLSID_GVF_FORMAT_INIT;
 const CLSID kPeakWriter = GV_CLSID_GVF_PEAKWRITER_INIT;
+const CLSID kResampler = GV_CLSID_GVF_RESAMPLE_INIT;
+const CLSID kIir = GV_CLSID_GVF_IIR_INIT;
 
 // COM for the calling thread while it lives.
 struct ComScope {
