@@ -1,7 +1,12 @@
-// A running chain. The graph's own thread hands each buffer node to the
-// worker of the filter that comes next and takes it back from the shared
-// completion queue when that filter is done; a fixed set of nodes bounds
-// how far the source reads ahead.
+// A running chain. The chain is cut into as many runs of consecutive
+// filters as there are processors (at most a pool's four workers), each run
+// on a worker of its own. The graph's own thread hands each buffer node to
+// the worker of the next run and takes it back from the shared completion
+// queue when that run is done; a fixed set of nodes bounds how far the
+// source reads ahead. Every hand-over costs a wake-up and moves the buffers
+// to another processor's cache, so there are no more runs than processors
+// can work on at once, and a node carries several consecutive buffers
+// (each filter still works on them one by one, in order).
 #include "graph/run.h"
 
 #include <atomic>
@@ -14,15 +19,20 @@ namespace gv::graph {
 
 namespace {
 
-constexpr size_t kNodes = 8;             // buffers under way at once
+constexpr size_t kNodes = 2 * 4;         // the most buffers under way at once
 constexpr int kMaxWorkers = 4;           // what one pool holds
+static_assert(kNodes >= 2 * kMaxWorkers, "two buffers a worker");
 constexpr uint64_t kMaxPieceBytes = 16u << 20;
+constexpr size_t kMaxBatch = 8;          // buffers in one node
+constexpr uint64_t kBatchFrames = 262144;  // what a node's buffers hold together, at least
 
 struct Node {
-  GVQUEUENODE link;  // first: the queues link nodes through it
+  GVQUEUENODE link{};  // first: the queues link nodes through it (tag 0)
   Run *run = nullptr;
-  size_t stage = 0;
-  Audio audio;
+  size_t group = 0;  // the run of filters it goes to or comes from
+  DWORD read = 0;    // frames the source put in it
+  size_t count = 0;  // buffers in use: the source's before its end
+  Audio audio[kMaxBatch];
   HRESULT result = S_OK;
 };
 
@@ -31,8 +41,11 @@ struct Node {
 class Run {
  public:
   std::vector<Filter *> chain;
+  size_t groups[kMaxWorkers + 1] = {};  // where each run of filters begins, then its end
+  size_t groupCount = 1;
   Flow source;
-  DWORD piece = 0;
+  DWORD piece = 0;    // frames a buffer
+  size_t batch = 1;   // buffers a node
   int workers = 1;
   tGVQIO *qio = nullptr;
   GVQUEUE done{};
@@ -56,24 +69,37 @@ class Run {
     }
   }
 
-  int WorkerOf(size_t stage) const { return int(stage % size_t(workers)); }
 
   void Dispatch();
 };
 
 namespace {
 
-// Runs on a queued-I/O worker: the node's filter works on its buffer.
+// Runs on a queued-I/O worker: the filters of the node's run work on its
+// buffers in turn. The source fills buffers until its end (an empty one),
+// which goes no further.
 DWORD CALLBACK Operate(GVQUEUENODE *link, DWORD) {
   Node *node = queue::Owner<Node>(link);
   Run &run = *node->run;
-  if (node->stage == 0) {  // the source fills it
-    node->audio.frames = run.piece;
-    node->audio.channels = run.source.channels;
-    node->audio.rate = run.source.rate;
-  }
+  size_t at = run.groups[node->group];
+  const size_t end = run.groups[node->group + 1];
   try {
-    node->result = run.chain[node->stage]->Process(node->audio);
+    if (at == 0) {
+      node->read = 0;
+      for (node->count = 0; node->count < run.batch; ++node->count) {
+        Audio &a = node->audio[node->count];
+        a.frames = run.piece;
+        a.channels = run.source.channels;
+        a.rate = run.source.rate;
+        node->result = run.chain[0]->Process(a);
+        if (FAILED(node->result) || a.frames == 0) break;
+        node->read += a.frames;
+      }
+      ++at;
+    }
+    for (; at < end && SUCCEEDED(node->result); ++at)
+      for (size_t k = 0; k < node->count && SUCCEEDED(node->result); ++k)
+        node->result = run.chain[at]->Process(node->audio[k]);
   } catch (const std::bad_alloc &) {
     node->result = E_OUTOFMEMORY;
   }
@@ -89,8 +115,12 @@ DWORD WINAPI DispatchThread(void *param) {
 
 void Run::Dispatch() {
   std::vector<Node *> idle;
-  idle.reserve(kNodes);
-  for (size_t i = 0; i < kNodes; ++i) idle.push_back(&nodes[i]);
+  // Two buffers a worker: one to work on, one waiting for it. More would
+  // only spread the work over more memory than the caches hold; the last
+  // buffer back is the next one out, still warm.
+  const size_t use = 2 * groupCount;
+  idle.reserve(use);
+  for (size_t i = 0; i < use; ++i) idle.push_back(&nodes[i]);
   size_t underWay = 0;
   bool sourceEnded = false;
   HRESULT failure = S_OK;
@@ -98,8 +128,9 @@ void Run::Dispatch() {
     while (!sourceEnded && failure == S_OK && !stopping && !idle.empty()) {
       Node *n = idle.back();
       idle.pop_back();
-      n->stage = 0;
-      qio::Insert(qio, WorkerOf(0), &n->link);
+      n->group = 0;
+      n->result = S_OK;
+      qio::Insert(qio, 0, &n->link);
       ++underWay;
     }
     if (underWay == 0) break;
@@ -107,15 +138,15 @@ void Run::Dispatch() {
     if (!link) continue;
     Node *n = queue::Owner<Node>(link);
     if (FAILED(n->result) && failure == S_OK) failure = n->result;
-    const bool end = n->stage == 0 && n->audio.frames == 0;
-    if (n->stage == 0 && SUCCEEDED(n->result)) {
+    const bool end = n->group == 0 && n->count == 0;
+    if (n->group == 0 && SUCCEEDED(n->result)) {
       if (end) sourceEnded = true;
-      framesDone += n->audio.frames;
+      framesDone += n->read;
     }
     if (SUCCEEDED(n->result) && failure == S_OK && !stopping && !end &&
-        n->stage + 1 < chain.size()) {
-      ++n->stage;
-      qio::Insert(qio, WorkerOf(n->stage), &n->link);
+        n->group + 1 < groupCount) {
+      ++n->group;
+      qio::Insert(qio, int(n->group), &n->link);
     } else {
       --underWay;
       idle.push_back(n);
@@ -159,7 +190,15 @@ HRESULT StartRun(const std::vector<Filter *> &chain, uint64_t bufferTime, Run **
   const uint64_t frames = run->source.rate * bufferTime / 10000000;
   const uint64_t most = kMaxPieceBytes / (4 * run->source.channels);
   run->piece = DWORD(frames < 1 ? 1 : frames > most ? most : frames);
-  run->workers = int(chain.size() < size_t(kMaxWorkers) ? chain.size() : kMaxWorkers);
+  run->batch = size_t((kBatchFrames + run->piece - 1) / run->piece);
+  if (run->batch > kMaxBatch) run->batch = kMaxBatch;
+  SYSTEM_INFO si;
+  GetSystemInfo(&si);
+  size_t count = chain.size();
+  if (count > si.dwNumberOfProcessors) count = si.dwNumberOfProcessors;
+  if (count > size_t(kMaxWorkers)) count = kMaxWorkers;
+  if (count < 1) count = 1;
+  run->workers = int(count);
   HRESULT hr = E_OUTOFMEMORY;
   run->nodes.reset(new (std::nothrow) Node[kNodes]);
   if (run->nodes) {
@@ -169,7 +208,16 @@ HRESULT StartRun(const std::vector<Filter *> &chain, uint64_t bufferTime, Run **
   if (SUCCEEDED(hr))
     hr = qio::Create(&run->qio, &run->done, run->workers, THREAD_PRIORITY_NORMAL, Operate);
   if (SUCCEEDED(hr)) {
-    run->workers = qio::WorkerCount(run->qio);
+    // Runs of nearly equal length, the longer ones first, one per worker
+    // the pool could start.
+    count = size_t(qio::WorkerCount(run->qio));
+    size_t at = 0;
+    for (size_t g = 0; g < count; ++g) {
+      run->groups[g] = at;
+      at += chain.size() / count + (g < chain.size() % count ? 1 : 0);
+    }
+    run->groups[count] = at;
+    run->groupCount = count;
     run->thread = CreateThread(nullptr, 0, DispatchThread, run, 0, nullptr);
     if (!run->thread) hr = HRESULT_FROM_WIN32(GetLastError());
   }

@@ -9,9 +9,11 @@
  * connect an output pin of one to the input pin of the next, then Run.
  *
  * Running. Between filters the audio travels as 32-bit float buffers of the
- * source's channels and rate (until a filter changes them), each buffer a
- * queue node carried from filter to filter by a pool of worker threads, one
- * filter's buffers always in order. Every filter has at most one input pin
+ * source's channels and rate (until a filter changes them). The chain is cut
+ * into as many runs of consecutive filters as there are processors (at most
+ * four), each run on a queued-I/O worker of its own; buffers go from run to
+ * run as queue nodes, several consecutive buffers a node, and every filter
+ * works on its buffers one by one, in order. Every filter has at most one input pin
  * (pin 0) and one output pin (pin 0). A graph that runs is one chain: one
  * WAVE source at its head, every other filter fed by the one before, the
  * chain ending in a filter with nothing connected to its output. While it
