@@ -120,18 +120,17 @@ GVAPI(HRESULT) GvGraph_CreateFromMem(IGVGraphBuilder **graph, void *block, DWORD
   if (!graph) return E_INVALIDARG;
   *graph = nullptr;
   if (!block) return E_INVALIDARG;
-  // The length word says how much follows. It is trusted only as far as
-  // the block can be seen to hold it: a non-zero size, or the size of a
-  // global memory block, bounds it.
+  // The length word says how much follows; `size` is not looked at. The
+  // length is trusted only as far as the block can be seen to hold it: the
+  // size of a global memory block bounds it.
+  (void)size;
   DWORD length;
   std::memcpy(&length, block, 4);
-  SIZE_T held = size;
-  if (!held) {
-    HGLOBAL h = GlobalHandle(block);
-    if (h && GlobalLock(h) == block) {
-      held = GlobalSize(h);
-      GlobalUnlock(h);
-    }
+  SIZE_T held = 0;
+  HGLOBAL h = GlobalHandle(block);
+  if (h && GlobalLock(h) == block) {
+    held = GlobalSize(h);
+    GlobalUnlock(h);
   }
   if (length > kMaxGraphBytes || (held && (held < 4 || length > held - 4))) return E_FAIL;
   return CreateFromBytes(graph, static_cast<BYTE *>(block) + 4, length);

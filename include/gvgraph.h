@@ -252,7 +252,8 @@ GVAPI(HRESULT) GvGraph_CreateFromStream(IGVGraphBuilder **graph, IStream *stream
  * bytes. E_OUTOFMEMORY, or the failing stream call's result. */
 GVAPI(HRESULT) GvGraph_SaveToMem(IGVGraphBuilder *graph, void **block, DWORD *size);
 /* *graph is set to null, then a graph is made from the memory form in
- * `block`; the length is its first word (`size` is not used). */
+ * `block`; the length is its first word (`size` is not used). When `block`
+ * is global memory, a length past its end is refused (E_FAIL). */
 GVAPI(HRESULT) GvGraph_CreateFromMem(IGVGraphBuilder **graph, void *block, DWORD size);
 /* Writes the memory form at the file's position; *written receives the
  * bytes written. S_OK once the stream work succeeded (WriteFile's result is
