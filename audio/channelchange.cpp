@@ -5,21 +5,9 @@
 
 #include "gvconvert.h"
 #include "gvsamples.h"
+#include "audio/sampletypes.h"
 
 namespace {
-
-// Bytes of one sample of each type the spread knows; 0 for the others.
-size_t SpreadWidth(DWORD type) {
-  switch (type) {
-    case GV_SAMPLE_UINT8: case GV_SAMPLE_INT8: return 1;
-    case GV_SAMPLE_INT16: case GV_SAMPLE_INT16BE: return 2;
-    case GV_SAMPLE_INT24: case GV_SAMPLE_INT24BE: return 3;
-    case GV_SAMPLE_INT32: case GV_SAMPLE_FLOAT32: case GV_SAMPLE_INT24IN32:
-    case GV_SAMPLE_INT32BE: return 4;
-    case GV_SAMPLE_FLOAT64: return 8;
-  }
-  return 0;
-}
 
 void MixInt16(std::int16_t *d, const std::int16_t *s, int channels, int frames) {
   for (int k = 0; k < frames; ++k, s += channels) {
@@ -61,7 +49,7 @@ GVAPI(HRESULT) GvAudio_ChannelChange(void *pDst, int nDstChannels, const void *p
   }
   if (srcChannels != 1) return E_FAIL;
   if (nFrames < 1) return S_OK;
-  const size_t width = SpreadWidth(type);
+  const size_t width = size_t(gv::audio::StoredSampleBytes(type));
   if (!width) return S_OK;  // unknown widths write nothing
   // From the last frame and channel down, so that pDst may be pSrc.
   const unsigned char *s = static_cast<const unsigned char *>(pSrc);

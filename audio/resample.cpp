@@ -26,18 +26,6 @@ bool g_stereoSimd = true;
 
 void ForceResampleScalar(bool scalar) { g_stereoSimd = !scalar; }
 
-int RepeatSampleBytes(DWORD type) {
-  switch (type) {
-    case GV_SAMPLE_UINT8: case GV_SAMPLE_INT8: return 1;
-    case GV_SAMPLE_INT16: case GV_SAMPLE_INT16BE: return 2;
-    case GV_SAMPLE_INT24: case GV_SAMPLE_INT24BE: return 3;
-    case GV_SAMPLE_INT32: case GV_SAMPLE_FLOAT32: case GV_SAMPLE_INT24IN32:
-    case GV_SAMPLE_INT32BE: return 4;
-    case GV_SAMPLE_FLOAT64: return 8;
-  }
-  return 0;
-}
-
 namespace {
 struct Nothing {
   template <DWORD T> void operator()() const {}

@@ -14,9 +14,6 @@ namespace gv::audio {
 // resampling runs.
 void ForceResampleScalar(bool scalar);
 
-// Bytes of one sample that repetition moves; 0 for GV_SAMPLE_NONE.
-int RepeatSampleBytes(DWORD type);
-
 // True for the types the linear methods read and write.
 bool IsLinearType(DWORD type);
 

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "audio/resample.h"
+#include "audio/sampletypes.h"
 #include "gvresample.h"
 
 using namespace gv::audio;
@@ -26,7 +27,7 @@ GVAPI(long) GvAudio_ResampleEx(const WAVEFORMATEX *pwfx, DWORD dwNewRate, void *
   if (!pDst || !pSrc || nDstFrames < 1 || nSrcFrames < 1) return 0;
   const DWORD type = GvAudio_GetSampleType(pwfx);
   const int channels = pwfx->nChannels;
-  const int bytes = RepeatSampleBytes(type);
+  const int bytes = StoredSampleBytes(type);
   if (bytes && pwfx->nBlockAlign != DWORD(channels) * DWORD(bytes)) return 0;
   switch (method) {
     case GVRESAMPLE_REPEAT:

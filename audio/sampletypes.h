@@ -65,6 +65,21 @@ inline int ComputableIndex(DWORD type) {
   return -1;
 }
 
+// Bytes of one stored sample of any known type, big-endian ones included;
+// 0 for GV_SAMPLE_NONE. What byte-moving routines (repetition, spreading a
+// channel) need.
+inline int StoredSampleBytes(DWORD type) {
+  switch (type) {
+    case GV_SAMPLE_UINT8: case GV_SAMPLE_INT8: return 1;
+    case GV_SAMPLE_INT16: case GV_SAMPLE_INT16BE: return 2;
+    case GV_SAMPLE_INT24: case GV_SAMPLE_INT24BE: return 3;
+    case GV_SAMPLE_INT32: case GV_SAMPLE_FLOAT32: case GV_SAMPLE_INT24IN32:
+    case GV_SAMPLE_INT32BE: return 4;
+    case GV_SAMPLE_FLOAT64: return 8;
+  }
+  return 0;
+}
+
 // ---- Scalar reads: integer types give the signed value v ----------------
 template <DWORD C> inline std::int32_t ReadInt(const unsigned char *p);
 template <> inline std::int32_t ReadInt<GV_SAMPLE_UINT8>(const unsigned char *p) {

@@ -1,6 +1,6 @@
 // The resampler from 44.1 to 48 kHz, stereo float32 and 16-bit: output
 // frames per second of each method, one call over the whole buffer against
-// the streaming method in 4096-frame blocks, and memcpy of the output bytes
+// the streaming method in blocks (4096 frames unless given), and memcpy of the output bytes
 // in the same run for scale.
 //   bench_resample [SECONDS_OF_AUDIO]   (default 60)
 #include <algorithm>
@@ -37,7 +37,7 @@ template <class F> double Best(int runs, F f) {
 int main(int argc, char **argv) {
   const long seconds = argc > 1 ? std::max(1L, std::atol(argv[1])) : 60;
   const long S = 44100 * seconds, D = long((long long)S * 48000 / 44100);
-  const long kBlock = 4096;
+  const long kBlock = argc > 2 ? std::max(64L, std::atol(argv[2])) : 4096;
   std::printf("44,100 -> 48,000 Hz, stereo, %ld s (%ld -> %ld frames), best of 5\n", seconds, S, D);
   const struct {
     const char *name;
@@ -83,7 +83,9 @@ int main(int argc, char **argv) {
         flags = GVRESAMPLE_STREAM;
       }
     });
-    report("streaming, 4096-frame blocks", t3, streamed);
+    char what[48];
+    std::snprintf(what, sizeof what, "streaming, %ld-frame blocks", kBlock);
+    report(what, t3, streamed);
     std::printf("  %-7s memcpy of the output: %.1f M frames/s; blocks against one call: %.3fx\n", t.name,
                 D / tCopy / 1e6, t2 / t3);
   }

@@ -118,8 +118,9 @@ bool ShowInfo(const std::string &path) {
   for (DWORD i = 0; i < list.nCount; ++i) {
     const tGVINFOITEM &item = list.pItems[i];
     if (!item.pszText) continue;
-    std::printf("  %-12s %s (%s): %s\n", label, gvtool::InfoDisplayName(item.fcc).c_str(),
-                gvtool::CodeText(item.fcc).c_str(), item.pszText);
+    std::printf("  %-12s %s (%s): %s\n", label,
+                gvtool::Utf8FromAnsi(gvtool::InfoDisplayName(item.fcc).c_str()).c_str(),
+                gvtool::CodeText(item.fcc).c_str(), gvtool::Utf8FromAnsi(item.pszText).c_str());
     label = "";
   }
   infolist_Free(&list);

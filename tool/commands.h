@@ -33,6 +33,9 @@ int UsageError(const char *format, ...);
 // The platform's text for a Windows error code or an HRESULT.
 std::string SystemReason(DWORD code);
 std::string HresultReason(HRESULT hr);
+// ANSI text (the library's strings, INFO items) as UTF-8, which is what the
+// tool writes: a translated name prints the same on a console and in a pipe.
+std::string Utf8FromAnsi(const char *text);
 // "gvtool: PATH: reason" for the calling thread's last error; returns kFailed.
 int IoError(const std::string &path, DWORD code);
 

@@ -41,6 +41,7 @@ Registration::Registration(const char *name, const char *summary, SetupFn setup)
 
 int main(int argc, char **argv) {
   using namespace gvtool;
+  SetConsoleOutputCP(CP_UTF8);  // the tool writes UTF-8 (see Utf8FromAnsi)
   if (GvKernel_CheckVersion(nullptr, "gvtool", GVKERNEL_VERSION, GVKERNEL_INTERFACE_LEVEL, 0) !=
       S_OK)
     return kFailed;

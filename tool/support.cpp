@@ -60,6 +60,19 @@ std::string SystemReason(DWORD code) {
   return std::string(text, n);
 }
 
+std::string Utf8FromAnsi(const char *text) {
+  const int wide = MultiByteToWideChar(CP_ACP, 0, text, -1, nullptr, 0);
+  if (wide <= 0) return text;
+  std::wstring w(static_cast<size_t>(wide), L'\0');
+  MultiByteToWideChar(CP_ACP, 0, text, -1, &w[0], wide);
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, w.c_str(), -1, nullptr, 0, nullptr, nullptr);
+  if (bytes <= 0) return text;
+  std::string out(static_cast<size_t>(bytes), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, w.c_str(), -1, &out[0], bytes, nullptr, nullptr);
+  out.pop_back();  // the terminator
+  return out;
+}
+
 std::string HresultReason(HRESULT hr) {
   if (HRESULT_FACILITY(hr) == FACILITY_WIN32) return SystemReason(HRESULT_CODE(hr));
   return SystemReason(static_cast<DWORD>(hr));

@@ -82,6 +82,23 @@ class GvtoolTest : public testing::Test {
   // Runs gvtool in the test folder with stdout and stderr in files.
   Result Run(const std::string &args) { return gvtest::RunTool(GV_TOOL_EXE, dir_, args); }
 
+  // A command line, its exit code and text each output must contain; an
+  // empty err: stderr stays empty. stdout is in text mode: lines end in CR LF.
+  struct Case {
+    const char *args;
+    DWORD code;
+    std::string out, err;
+  };
+  void RunCase(const Case &c) {
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.code, c.code);
+    EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
+    if (c.err.empty())
+      EXPECT_EQ(r.err, "");
+    else
+      EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
+  }
+
   std::string dir_;
 };
 
@@ -95,11 +112,7 @@ std::string Reason(DWORD code) {
 }
 
 TEST_F(GvtoolTest, ExitCodesAndErrorLines) {
-  const struct {
-    const char *args;
-    DWORD code;
-    std::string out, err;  // text each must contain; an empty err: stderr stays empty
-  } cases[] = {
+  const Case cases[] = {
       {"--help", 0, "convert", ""},
       {"-h", 0, "info", ""},
       {"tone --help", 0, "--seconds", ""},
@@ -127,15 +140,7 @@ TEST_F(GvtoolTest, ExitCodesAndErrorLines) {
       {"draw in.wav o.png -h 31", 2, "", "gvtool: --height"},
       {"draw in.wav o.png -w 32768 -h 8192", 2, "", "limited to 16 megapixels"},
   };
-  FOR_EACH_CASE(cases) {
-    const Result r = Run(c.args);
-    EXPECT_EQ(r.code, c.code);
-    EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
-    if (c.err.empty())
-      EXPECT_EQ(r.err, "");
-    else
-      EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
-  }
+  FOR_EACH_CASE(cases) RunCase(c);
 }
 
 TEST_F(GvtoolTest, ConvertWritesTheBytesOfTheTargetFormat) {
@@ -303,11 +308,7 @@ TEST_F(GvtoolTest, ConvertChangesTheRate) {
 }
 
 TEST_F(GvtoolTest, TimeAndIirCommands) {
-  const struct {
-    const char *args;
-    DWORD code;
-    std::string out, err;  // stdout is in text mode: lines end in CR LF
-  } cases[] = {
+  const Case cases[] = {
       {"time 2.5s --format smpte", 0, "00:00:02.15\r\n", ""},
       {"time 600000000 --format 7", 0, "00:01:00.02\r\n", ""},
       {"time 1h --brief", 0, "01:00:00\r\n", ""},
@@ -326,15 +327,7 @@ TEST_F(GvtoolTest, TimeAndIirCommands) {
       {"iir band 30000 6 2", 2, "", "above half the rate"},
       {"iir band 1000 6 0", 2, "", "gvtool: Q"},
   };
-  FOR_EACH_CASE(cases) {
-    const Result r = Run(c.args);
-    EXPECT_EQ(r.code, c.code);
-    EXPECT_NE(r.out.find(c.out), std::string::npos) << r.out;
-    if (c.err.empty())
-      EXPECT_EQ(r.err, "");
-    else
-      EXPECT_NE(r.err.find(c.err), std::string::npos) << r.err;
-  }
+  FOR_EACH_CASE(cases) RunCase(c);
   const Result r = Run("iir hicut 5000 -6 0.7 --plot p.png");
   EXPECT_EQ(r.code, 0u) << r.err;
   EXPECT_EQ(PngSize(Slurp(Path("p.png"))), std::make_pair(900u, 420u));

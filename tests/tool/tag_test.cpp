@@ -150,11 +150,13 @@ TEST_F(ToolInfo, TagRefusesBadCodesAndDamagedFilesLeavingThemAsTheyWere) {
 
 TEST_F(ToolInfo, InfoShowsTheItemsUnderTheirNames) {
   Write(WaveWith(gvtest::List("INFO", Concat({Chunk("INAM", Z("Take 7")), Chunk("ICMT", {}),
-                                              Chunk("IZZZ", Z("odd"))}))));
+                                              Chunk("IZZZ", Z("odd")), Chunk("IART", Z("Caf\xE9"))}))));
   const gvtest::ToolResult r = Run("info f.wav");
   EXPECT_EQ(r.code, 0u) << r.err;
   EXPECT_NE(r.out.find("  info         Name/Title (INAM): Take 7"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("               IZZZ (IZZZ): odd"), std::string::npos) << r.out;
+  // the file's ANSI text is written as UTF-8
+  EXPECT_NE(r.out.find("               Artist (IART): Caf\xC3\xA9"), std::string::npos) << r.out;
   EXPECT_EQ(r.out.find("ICMT"), std::string::npos) << r.out;
   Write(WaveWith(gvtest::List("INFO", Concat({gvtest::Header("INAM", 4), Text("abcd")}))));
   const gvtest::ToolResult bad = Run("info f.wav");
