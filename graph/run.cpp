@@ -19,12 +19,11 @@ namespace gv::graph {
 
 namespace {
 
-constexpr size_t kNodes = 2 * 4;         // the most buffers under way at once
-constexpr int kMaxWorkers = 4;           // what one pool holds
-static_assert(kNodes >= 2 * kMaxWorkers, "two buffers a worker");
+constexpr int kMaxWorkers = 4;              // what one pool holds
+constexpr size_t kNodes = 2 * kMaxWorkers;  // nodes under way at once, at most
 constexpr uint64_t kMaxPieceBytes = 16u << 20;
-constexpr size_t kMaxBatch = 8;          // buffers in one node
-constexpr uint64_t kBatchFrames = 262144;  // what a node's buffers hold together, at least
+constexpr size_t kMaxBatch = 32;            // buffers in one node
+constexpr uint64_t kBatchBytes = 4u << 20;  // source samples a node carries, about
 
 struct Node {
   GVQUEUENODE link{};  // first: the queues link nodes through it (tag 0)
@@ -76,30 +75,30 @@ class Run {
 namespace {
 
 // Runs on a queued-I/O worker: the filters of the node's run work on its
-// buffers in turn. The source fills buffers until its end (an empty one),
-// which goes no further.
+// buffers, each buffer through all of them before the next (so that it
+// stays in this processor's cache), every filter's buffers in order. The
+// source fills buffers until its end (an empty one), which goes no further.
 DWORD CALLBACK Operate(GVQUEUENODE *link, DWORD) {
   Node *node = queue::Owner<Node>(link);
   Run &run = *node->run;
-  size_t at = run.groups[node->group];
-  const size_t end = run.groups[node->group + 1];
+  const size_t first = run.groups[node->group], end = run.groups[node->group + 1];
   try {
-    if (at == 0) {
-      node->read = 0;
-      for (node->count = 0; node->count < run.batch; ++node->count) {
-        Audio &a = node->audio[node->count];
+    if (first == 0) node->read = 0, node->count = 0;
+    const size_t count = first == 0 ? run.batch : node->count;
+    for (size_t k = 0; k < count && SUCCEEDED(node->result); ++k) {
+      Audio &a = node->audio[k];
+      size_t at = first;
+      if (at == 0) {
         a.frames = run.piece;
         a.channels = run.source.channels;
         a.rate = run.source.rate;
-        node->result = run.chain[0]->Process(a);
+        node->result = run.chain[at++]->Process(a);
         if (FAILED(node->result) || a.frames == 0) break;
         node->read += a.frames;
+        ++node->count;
       }
-      ++at;
+      for (; at < end && SUCCEEDED(node->result); ++at) node->result = run.chain[at]->Process(a);
     }
-    for (; at < end && SUCCEEDED(node->result); ++at)
-      for (size_t k = 0; k < node->count && SUCCEEDED(node->result); ++k)
-        node->result = run.chain[at]->Process(node->audio[k]);
   } catch (const std::bad_alloc &) {
     node->result = E_OUTOFMEMORY;
   }
@@ -190,7 +189,8 @@ HRESULT StartRun(const std::vector<Filter *> &chain, uint64_t bufferTime, Run **
   const uint64_t frames = run->source.rate * bufferTime / 10000000;
   const uint64_t most = kMaxPieceBytes / (4 * run->source.channels);
   run->piece = DWORD(frames < 1 ? 1 : frames > most ? most : frames);
-  run->batch = size_t((kBatchFrames + run->piece - 1) / run->piece);
+  run->batch = size_t(kBatchBytes / (uint64_t(run->piece) * 4 * run->source.channels));
+  if (run->batch < 1) run->batch = 1;
   if (run->batch > kMaxBatch) run->batch = kMaxBatch;
   SYSTEM_INFO si;
   GetSystemInfo(&si);
