@@ -17,8 +17,8 @@ class GraphPersist : public testing::Test {
   ComScope com_;
 };
 
-// A graph with a name, every filter class but the resampler and IIR, and a
-// chain of connections; what each filter's values are set to.
+// A graph with a name, every filter class but the resampler and IIR (their
+// data have a test of their own), and a chain of connections.
 IGVGraphBuilder *SampleGraph() {
   IGVGraphBuilder *g = NewGraph();
   g->SetName(L"Sample chain");
@@ -93,6 +93,33 @@ TEST_F(GraphPersist, SavesFiltersAndConnectionsAsLaidDown) {
   EXPECT_EQ(max.QuadPart, SampleData().size());
   EXPECT_EQ(g->IsDirty(), S_FALSE) << "saving through GvGraph_ clears the change";
   g->Release();
+}
+
+TEST_F(GraphPersist, ResamplerAndIirDataAsLaidDownAndTheirRanges) {
+  IGVGraphBuilder *g = NewGraph();
+  IGVFilter *rs = Add(g, kResampler), *iir = Add(g, kIir);
+  EXPECT_EQ(rs->SetValue(GVFK_RATE, 768000), S_OK);
+  EXPECT_EQ(iir->SetValue(GVFK_TYPE, GVIIR_LOWSHELF), S_OK);
+  EXPECT_EQ(iir->SetValue(GVFK_FREQ, 250), S_OK);
+  EXPECT_EQ(iir->SetValue(GVFK_GAIN, -60), S_OK);
+  EXPECT_EQ(iir->SetValue(GVFK_Q, 0.1), S_OK);
+  Bytes d = Head(L"", 3000000, FloatFormat(2, 44100), 2);
+  PutGuid(d, kResampler), Put32(d, 1), Put32(d, 768000);
+  PutGuid(d, kIir), Put32(d, 1), Put32(d, GVIIR_LOWSHELF);
+  PutDouble(d, 250), PutDouble(d, -60), PutDouble(d, 0.1);
+  Put32(d, 0), Put32(d, 0), Put32(d, 0);
+  EXPECT_EQ(SaveBytes(g), MemoryForm(d));
+  const struct {
+    IGVFilter *f;
+    DWORD key;
+    double value;
+  } refused[] = {{rs, GVFK_RATE, 999},       {rs, GVFK_RATE, 768001}, {rs, GVFK_RATE, 44100.5},
+                 {rs, GVFK_GAIN, 1},         {iir, GVFK_TYPE, 0},     {iir, GVFK_TYPE, 4},
+                 {iir, GVFK_FREQ, 0.99},     {iir, GVFK_FREQ, 384001}, {iir, GVFK_GAIN, 60.01},
+                 {iir, GVFK_Q, 0.099},       {iir, GVFK_Q, 100.5},    {iir, GVFK_RATE, 48000}};
+  FOR_EACH_CASE(refused) EXPECT_EQ(c.f->SetValue(c.key, c.value), E_INVALIDARG);
+  EXPECT_EQ(SaveBytes(g), MemoryForm(d)) << "refused values change nothing";
+  EXPECT_EQ(g->Release(), 0u);
 }
 
 TEST_F(GraphPersist, MemoryRoundTripWithSizeZeroReadsExactlyWhatWasSaved) {
