@@ -2,6 +2,7 @@
 // section, each pass forming its output by the routine's shape.
 #include <cmath>
 #include <complex>
+#include <cstring>
 
 #include "audio/iir.h"
 
@@ -29,6 +30,17 @@ Mix MixOf(const tGVIIRCOEFFS &k, Shape shape) {
   return {0.0, 0.0, false};
 }
 
+// One sample through both passes; h: per pass s[n-1], s[n-2], u[n-1], u[n-2].
+inline double Step(const double *c, const Mix &mix, double (&p)[2][4], double u) {
+  for (auto &h : p) {
+    const double v = mix.band ? u - h[3] : u;
+    const double s = c[4] * v + c[2] * h[0] - c[3] * h[1];
+    h[1] = h[0], h[0] = s, h[3] = h[2], h[2] = u;
+    u = c[6] * u + c[7] * (mix.du * u + mix.ds * s);
+  }
+  return u;
+}
+
 }  // namespace
 
 void Run(const tGVIIRCOEFFS &coeffs, Shape shape, float *samples, int channels, long frames,
@@ -37,19 +49,25 @@ void Run(const tGVIIRCOEFFS &coeffs, Shape shape, float *samples, int channels, 
   if (state.size() < size_t(channels)) state.resize(size_t(channels));
   const double *c = coeffs.c;
   const Mix mix = MixOf(coeffs, shape);
-  for (int ch = 0; ch < channels; ++ch) {
-    double(&p)[2][4] = state[size_t(ch)].pass;
+  int ch = 0;
+  // Two channels side by side: each sample waits on the one before it, so
+  // a second, independent channel keeps the processor busy meanwhile.
+  for (; ch + 1 < channels; ch += 2) {
+    double a[2][4], b[2][4];
+    std::memcpy(a, state[size_t(ch)].pass, sizeof a);
+    std::memcpy(b, state[size_t(ch) + 1].pass, sizeof b);
     float *x = samples + ch;
     for (long n = 0; n < frames; ++n, x += channels) {
-      double u = *x;
-      for (auto &h : p) {  // h: s[n-1], s[n-2], u[n-1], u[n-2]
-        const double v = mix.band ? u - h[3] : u;
-        const double s = c[4] * v + c[2] * h[0] - c[3] * h[1];
-        h[1] = h[0], h[0] = s, h[3] = h[2], h[2] = u;
-        u = c[6] * u + c[7] * (mix.du * u + mix.ds * s);
-      }
-      *x = float(u);
+      const double ua = Step(c, mix, a, x[0]), ub = Step(c, mix, b, x[1]);
+      x[0] = float(ua), x[1] = float(ub);
     }
+    std::memcpy(state[size_t(ch)].pass, a, sizeof a);
+    std::memcpy(state[size_t(ch) + 1].pass, b, sizeof b);
+  }
+  if (ch < channels) {
+    double(&p)[2][4] = state[size_t(ch)].pass;
+    float *x = samples + ch;
+    for (long n = 0; n < frames; ++n, x += channels) *x = float(Step(c, mix, p, *x));
   }
 }
 

@@ -24,5 +24,6 @@
 #include "gvinfo.h"
 #include "gvstream.h"
 #include "gvpeak.h"
+#include "gvgraph.h"
 
 #endif /* GVTALC_H */

@@ -2,6 +2,7 @@
 // class by the interface identifier asked for.
 #include <new>
 
+#include "graph/builder.h"
 #include "kernel/comserver.h"
 #include "kernel/gmem.h"
 
@@ -65,8 +66,8 @@ HRESULT MakeKernel(IUnknown *outer, REFIID iid, void **result, ReleasedCallback 
   return hr;
 }
 
-// The graph builder and the device objects are not part of this build:
-// their identifiers are recognised and answered with E_NOINTERFACE.
+// The device objects are not part of this build: their identifiers are
+// recognised and answered with E_NOINTERFACE.
 HRESULT NotAvailable(IUnknown *, REFIID, void **result, ReleasedCallback) {
   *result = nullptr;
   return E_NOINTERFACE;
@@ -79,7 +80,7 @@ struct Route {
 
 const Route kRoutes[] = {
     {&IID_IUnknown, MakeKernel},       {&kIidKernel, MakeKernel},
-    {&kIidGraphBuilder, NotAvailable}, {&kIidMidiSync, NotAvailable},
+    {&kIidGraphBuilder, graph::CreateGraphBuilder}, {&kIidMidiSync, NotAvailable},
     {&kIidDevice1, NotAvailable},      {&kIidDevice2, NotAvailable},
 };
 

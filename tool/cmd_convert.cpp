@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "eq.h"
 #include "wave.h"
 
 namespace {
@@ -19,6 +20,7 @@ using gvtool::WaveFile;
 
 struct ConvertArgs {
   std::string in, out, encoding, method = "linear";
+  std::vector<std::string> eq;
   int bits = 0, channels = 0;
   unsigned rate = 0;
   double gainDb = 0;
@@ -106,10 +108,10 @@ class RateChange {
   tGVRESAMPLEINSTANCE inst_{};
 };
 
-// Reads `in`, applies the gain, the channel change and the rate change,
-// writes `out`; *written counts the frames written.
+// Reads `in`, applies the gain, the channel change, the rate change and
+// the IIR stages, writes `out`; *written counts the frames written.
 bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outChannels,
-          DWORD outRate, ULONGLONG *written) {
+          DWORD outRate, std::vector<gv::audio::iir::Stage> &stages, ULONGLONG *written) {
   const int inChannels = wave.wfx.nChannels;
   const WAVEFORMATEX inFloat =
       gvtool::MakeWfx(WAVE_FORMAT_IEEE_FLOAT, 32, WORD(inChannels), wave.wfx.nSamplesPerSec);
@@ -133,7 +135,7 @@ bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outCh
     }
     if (gain != 1.0f)
       for (size_t i = 0; i < size_t(got) * inChannels; ++i) src[i] *= gain;
-    const float *frames = src.data();
+    float *frames = src.data();
     if (outChannels != inChannels) {
       GvAudio_ChannelChange(dst.data(), outChannels, src.data(), &inFloat, int(got));
       frames = dst.data();
@@ -143,6 +145,7 @@ bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outCh
       outFrames = rate.Run(frames, got, rated);
       frames = rated.data();
     }
+    for (gv::audio::iir::Stage &stage : stages) stage.Process(frames, long(outFrames));
     hr = outFrames ? GvAudioStream_Write(out, frames, outFrames, &put) : S_OK;
     if (hr != S_OK || put != outFrames) {
       Error("%s: %s", args.out.c_str(),
@@ -157,6 +160,10 @@ bool Copy(const WaveFile &wave, HGVAUDIOSTREAM in, HGVAUDIOSTREAM out, int outCh
 }
 
 int RunConvert() {
+  std::vector<gv::audio::iir::StageSettings> eqs(args.eq.size());
+  for (size_t i = 0; i < eqs.size(); ++i)
+    if (!gvtool::ParseEq(args.eq[i], &eqs[i]))
+      return gvtool::UsageError("--eq %s: %s", args.eq[i].c_str(), gvtool::kEqUsage);
   int bits = 0;
   std::string encoding;
   if (!args.encoding.empty() || args.bits) {
@@ -218,8 +225,10 @@ int RunConvert() {
                                 GVAS_VIEW_NONE, GVAS_CREATE);
     if (hr != S_OK) Error("%s: %s", args.out.c_str(), gvtool::HresultReason(hr).c_str());
   }
+  std::vector<gv::audio::iir::Stage> stages(eqs.size());
+  for (size_t i = 0; i < eqs.size(); ++i) stages[i].Start(eqs[i], outRate, outChannels);
   ULONGLONG written = 0;
-  bool ok = in && out && Copy(wave, in, out, outChannels, outRate, &written);
+  bool ok = in && out && Copy(wave, in, out, outChannels, outRate, stages, &written);
   const DWORD dataBytes = DWORD(written * outWfx.nBlockAlign);
   GvAudioStream_Close(in);
   if (out) GvAudioStream_Close(out);
@@ -244,7 +253,9 @@ int RunConvert() {
   if (outRate != wave.wfx.nSamplesPerSec)
     std::printf(" -> %llu frames (%s)", static_cast<unsigned long long>(written),
                 args.method == "repeat" ? "repeated" : "interpolated");
-  std::printf(" at %+.2f dB\n", args.gainDb);
+  std::printf(" at %+.2f dB", args.gainDb);
+  if (!eqs.empty()) std::printf(", %zu IIR stage%s", eqs.size(), eqs.size() > 1 ? "s" : "");
+  std::printf("\n");
   return gvtool::kDone;
 }
 
@@ -258,6 +269,8 @@ gvtool::Runner Setup(CLI::App &cmd) {
       "refused. -r changes the rate after the channel change, piece by piece through\n"
       "the streaming interpolator (its state carried between pieces), or with\n"
       "--method repeat by repeating or dropping frames; at most 32 channels.\n"
+      "--eq runs an IIR stage after all that, at the output's rate (repeat it for\n"
+      "several): low or high shelf (a cut for a negative GAIN) or band, FREQ in Hz.\n"
       "For headerless sample data see convert-raw.");
   cmd.add_option("IN", args.in, "WAVE file to read")->required();
   cmd.add_option("OUT", args.out, "WAVE file to write (replaced when complete)")->required();
@@ -277,6 +290,8 @@ gvtool::Runner Setup(CLI::App &cmd) {
   cmd.add_option("--method", args.method, "Rate change: linear (streaming interpolation, the "
                                           "default) or repeat (nearest frame)")
       ->check(CLI::IsMember({"linear", "repeat"}));
+  cmd.add_option("--eq", args.eq, "IIR stage TYPE:FREQ:GAIN:Q (low, high or band; Hz, dB, Q)")
+      ->option_text("TYPE:FREQ:GAIN:Q");
   cmd.add_flag("--progress", args.progress, "Show progress on stderr (shown anyway on a "
                                             "terminal after a second)");
   return RunConvert;
