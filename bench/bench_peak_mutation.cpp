@@ -61,24 +61,9 @@ void Damage(Bytes &b, Rng &rng) {
   static const size_t kFields[] = {0, 4, 8, 12, 16, 20, 24, 28, 32};
   for (int ops = 1 + int(rng.Below(4)); ops > 0; --ops) {
     const uint32_t n = uint32_t(b.size()), op = rng.Below(9);
-    if (op == 0 && n) b[rng.Below(n)] ^= BYTE(1u << rng.Below(8));
-    if (op == 1 && n) b[rng.Below(n)] = BYTE(rng.Next());
-    if (op == 2) {
-      const uint32_t at = rng.Below(n + 1), count = 1 + rng.Below(8);
-      BYTE extra[8];
-      for (uint32_t k = 0; k < count; ++k) extra[k] = BYTE(rng.Next());
-      b.insert(b.begin() + at, extra, extra + count);
-    }
-    if (op == 3 && n) {
-      const uint32_t at = rng.Below(n), count = 1 + rng.Below(8);
-      b.erase(b.begin() + at, b.begin() + at + (count < n - at ? count : n - at));
-    }
-    if (op == 4) b.resize(rng.Below(n + 1));
-    if (op >= 5) {
-      const size_t at = op < 8 ? kFields[rng.Below(9)] : rng.Below(n);
-      const DWORD v = rng.Below(4) ? kOdd[rng.Below(kOddCount)] : rng.Next();
-      for (size_t i = 0; i < 4 && at + i < b.size(); ++i) b[at + i] = BYTE(v >> (8 * i));
-    }
+    if (gvtest::riffmut::DamageBytes(b, rng, op)) continue;
+    const size_t at = op < 8 ? kFields[rng.Below(9)] : rng.Below(n);
+    gvtest::riffmut::PutWord(b, at, rng.Below(4) ? kOdd[rng.Below(kOddCount)] : rng.Next());
   }
 }
 

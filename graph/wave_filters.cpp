@@ -6,6 +6,7 @@
 
 #include "graph/filter.h"
 #include "graph/filters.h"
+#include "files/wave_header.h"
 #include "include/gvriff.h"
 #include "include/gvstream.h"
 
@@ -15,7 +16,7 @@ namespace {
 
 const CLSID kSource = GV_CLSID_GVF_WAVESOURCE_INIT;
 const CLSID kSink = GV_CLSID_GVF_WAVESINK_INIT;
-constexpr DWORD kHeaderBytes = 44;  // RIFF header, 16-byte "fmt ", "data" header
+constexpr DWORD kHeaderBytes = kPlainWaveHeaderBytes;
 
 class WaveSource final : public Filter {
  public:
@@ -84,27 +85,6 @@ class WaveSource final : public Filter {
   uint64_t left_ = 0;
 };
 
-// The RIFF header, "fmt " and "data" headers over the zeros the stream left
-// at the front, the pad byte, and the RIFF size patched last.
-bool WriteHeaders(const char *path, const WAVEFORMATEX &wfx, DWORD dataBytes) {
-  HANDLE h = CreateFileA(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                         FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return false;
-  const DWORD pad = dataBytes & 1;
-  DWORD put = 0;
-  const BYTE zero = 0;
-  bool ok = riff_WriteFileID(h, GVRIFF_FOURCC('W', 'A', 'V', 'E'), 0) == S_OK &&
-            riff_WriteChunkHeader(h, GVRIFF_FOURCC('f', 'm', 't', ' '), 16) == S_OK &&
-            WriteFile(h, &wfx, 16, &put, nullptr) && put == 16 &&
-            riff_WriteChunkHeader(h, GVRIFF_FOURCC('d', 'a', 't', 'a'), dataBytes) == S_OK;
-  if (ok && pad)
-    ok = SetFilePointer(h, 0, nullptr, FILE_END) != INVALID_SET_FILE_POINTER &&
-         WriteFile(h, &zero, 1, &put, nullptr) && put == 1;
-  ok = ok && riff_SetRIFFSize(h, kHeaderBytes - 8 + dataBytes + pad) == S_OK;
-  CloseHandle(h);
-  return ok;
-}
-
 class WaveSink final : public Filter {
  public:
   WaveSink()
@@ -162,7 +142,7 @@ class WaveSink final : public Filter {
     if (!stream_ && !temp_[0]) return S_OK;
     if (stream_) GvAudioStream_Close(stream_);
     stream_ = nullptr;
-    bool ok = complete && WriteHeaders(temp_, wfx_, DWORD(bytes_)) &&
+    bool ok = complete && WritePlainWaveHeaders(temp_, wfx_, DWORD(bytes_)) &&
               MoveFileExA(temp_, target_.c_str(), MOVEFILE_REPLACE_EXISTING);
     const HRESULT hr = ok || !complete ? S_OK : HRESULT_FROM_WIN32(GetLastError());
     if (!ok) DeleteFileA(temp_);

@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "eq.h"
+#include "files/wave_header.h"
 #include "wave.h"
 
 namespace {
@@ -27,7 +28,7 @@ struct ConvertArgs {
   bool progress = false;
 } args;
 
-const DWORD kHeaderBytes = 44;  // RIFF header, 16-byte "fmt " chunk, "data" header
+const DWORD kHeaderBytes = gv::kPlainWaveHeaderBytes;
 const DWORD kPiece = 32768;     // frames per read
 
 // Bits and encoding of the output: what was asked, the rest from the input.
@@ -45,29 +46,6 @@ bool OutputFormat(const WAVEFORMATEX &in, int *bits, std::string *encoding) {
     *encoding = *bits == 8 ? "unsigned" : (*bits == 32 && inFloat) ? "float" : "signed";
   return (*bits == 8) == (*encoding == "unsigned") && (*encoding != "float" || *bits == 32) &&
          (*bits == 8 || *bits == 16 || *bits == 24 || *bits == 32);
-}
-
-// The RIFF header, "fmt " and "data" headers over the zeros the stream left
-// at the front, the pad byte, and the RIFF size patched last.
-bool WriteHeaders(const std::string &path, const WAVEFORMATEX &wfx, DWORD dataBytes) {
-  HANDLE h = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                         FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (h == INVALID_HANDLE_VALUE) return false;
-  const DWORD pad = dataBytes & 1;
-  DWORD put = 0;
-  const BYTE zero = 0;
-  bool ok = riff_WriteFileID(h, GVRIFF_FOURCC('W', 'A', 'V', 'E'), 0) == S_OK &&
-            riff_WriteChunkHeader(h, GVRIFF_FOURCC('f', 'm', 't', ' '), 16) == S_OK &&
-            WriteFile(h, &wfx, 16, &put, nullptr) && put == 16 &&
-            riff_WriteChunkHeader(h, GVRIFF_FOURCC('d', 'a', 't', 'a'), dataBytes) == S_OK;
-  if (ok && pad)
-    ok = SetFilePointer(h, 0, nullptr, FILE_END) != INVALID_SET_FILE_POINTER &&
-         WriteFile(h, &zero, 1, &put, nullptr) && put == 1;
-  ok = ok && riff_SetRIFFSize(h, kHeaderBytes - 8 + dataBytes + pad) == S_OK;
-  const DWORD error = GetLastError();
-  CloseHandle(h);
-  SetLastError(error);
-  return ok;
 }
 
 // The rate change, piece by piece: the streaming method carries its state
@@ -232,7 +210,7 @@ int RunConvert() {
   const DWORD dataBytes = DWORD(written * outWfx.nBlockAlign);
   GvAudioStream_Close(in);
   if (out) GvAudioStream_Close(out);
-  if (ok && !WriteHeaders(temp, outWfx, DWORD(dataBytes))) {
+  if (ok && !gv::WritePlainWaveHeaders(temp, outWfx, DWORD(dataBytes))) {
     gvtool::IoError(args.out, GetLastError());
     ok = false;
   }

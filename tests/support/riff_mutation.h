@@ -36,31 +36,43 @@ inline Bytes BaseWave() {
   return Riff("WAVE", Concat({Chunk("fmt ", PcmFmt()), List("INFO", info), Chunk("data", data)}));
 }
 
-// Applies one to four random damages.
+// The damages every mutation run shares, by op: 0 flips a bit, 1 changes a
+// byte, 2 inserts 1..8 random bytes, 3 deletes 1..8, 4 truncates. False for
+// the other ops, which each run gives its own targets.
+inline bool DamageBytes(Bytes &b, Rng &rng, uint32_t op) {
+  const uint32_t n = static_cast<uint32_t>(b.size());
+  if (op == 0 && n) b[rng.Below(n)] ^= BYTE(1u << rng.Below(8));
+  if (op == 1 && n) b[rng.Below(n)] = BYTE(rng.Next());
+  if (op == 2) {
+    const uint32_t at = rng.Below(n + 1), count = 1 + rng.Below(8);
+    BYTE extra[8];
+    for (uint32_t k = 0; k < count; ++k) extra[k] = BYTE(rng.Next());
+    b.insert(b.begin() + at, extra, extra + count);
+  }
+  if (op == 3 && n) {
+    const uint32_t at = rng.Below(n), count = 1 + rng.Below(8);
+    b.erase(b.begin() + at, b.begin() + at + (count < n - at ? count : n - at));
+  }
+  if (op == 4) b.resize(rng.Below(n + 1));
+  return op <= 4;
+}
+
+// The little-endian word v at `at`, as much of it as lies inside b.
+inline void PutWord(Bytes &b, size_t at, DWORD v) {
+  for (size_t i = 0; i < 4 && at + i < b.size(); ++i) b[at + i] = BYTE(v >> (8 * i));
+}
+
+// Applies one to four random damages; op 5 puts an odd value in a size
+// field of BaseWave, or anywhere.
 inline void Mutate(Bytes &b, Rng &rng) {
   static const DWORD kOddSizes[] = {0, 1, 2, 3, 4, 7, 8, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF,
                                     0xFFFFFFF8, 0xFFFFFFFC, 0x7FFFFFF8, 0x00010000};
   static const size_t kSizeFields[] = {4, 16, 40, 44, 52, 66, 82};  // of BaseWave
   for (int ops = 1 + static_cast<int>(rng.Below(4)); ops > 0; --ops) {
     const uint32_t n = static_cast<uint32_t>(b.size()), op = rng.Below(6);
-    if (op == 0 && n) b[rng.Below(n)] ^= BYTE(1u << rng.Below(8));  // flip a bit
-    if (op == 1 && n) b[rng.Below(n)] = BYTE(rng.Next());           // change a byte
-    if (op == 2) {  // insert 1..8 random bytes
-      const uint32_t at = rng.Below(n + 1), count = 1 + rng.Below(8);
-      BYTE extra[8];
-      for (uint32_t k = 0; k < count; ++k) extra[k] = BYTE(rng.Next());
-      b.insert(b.begin() + at, extra, extra + count);
-    }
-    if (op == 3 && n) {  // delete 1..8 bytes
-      const uint32_t at = rng.Below(n), count = 1 + rng.Below(8);
-      b.erase(b.begin() + at, b.begin() + at + (count < n - at ? count : n - at));
-    }
-    if (op == 4) b.resize(rng.Below(n + 1));  // truncate
-    if (op == 5) {  // an odd value in a size field, or anywhere
-      const size_t at = rng.Below(2) ? kSizeFields[rng.Below(7)] : rng.Below(n);
-      const DWORD v = rng.Below(4) ? kOddSizes[rng.Below(14)] : rng.Next();
-      for (size_t i = 0; i < 4 && at + i < b.size(); ++i) b[at + i] = BYTE(v >> (8 * i));
-    }
+    if (DamageBytes(b, rng, op)) continue;
+    const size_t at = rng.Below(2) ? kSizeFields[rng.Below(7)] : rng.Below(n);
+    PutWord(b, at, rng.Below(4) ? kOddSizes[rng.Below(14)] : rng.Next());
   }
 }
 
