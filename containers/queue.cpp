@@ -1,10 +1,12 @@
 // The intrusive queue. The record is the sentinel of a circular list of
-// caller-owned nodes; the lock guards the links and `state`, and the event
-// lets consumers sleep while the queue is empty.
+// caller-owned nodes; the lock guards the links, and the event lets
+// consumers sleep while the queue is empty.
 //
 // Setting or resetting an event costs a trip into the kernel (far more
 // under Wine than the list work), so the queue touches its event only when
-// a consumer must sleep: `state` says whether the event is set. An insert
+// a consumer must sleep: its state says whether the event is set. The
+// record's layout is the clients', so that state lives beside it, in a
+// small table (see EventStates). An insert
 // sets it only when it is known to be reset, and the removal that empties
 // the queue leaves it set; the next caller that finds the queue empty
 // resets it (a consumer about to wait, or one draining with no time-out,
@@ -22,7 +24,9 @@
 // moved 150,000 nodes a second instead of millions.
 #include "containers/queue.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 
 namespace gv::queue {
 namespace {
@@ -30,9 +34,41 @@ namespace {
 static_assert(offsetof(GVQUEUE, first) == offsetof(GVQUEUENODE, next) &&
                   offsetof(GVQUEUE, last) == offsetof(GVQUEUENODE, prev),
               "the queue record is laid out like a node");
+static_assert(sizeof(void *) != 4 || sizeof(GVQUEUE) == 40, "clients allocate 40 bytes");
 
+// kEventUnknown: nothing is known, so every transition calls the kernel.
 // kEventFlushed: set by a flush, and left so until the next insert.
-enum : LONG { kEventReset = 0, kEventSet = 1, kEventFlushed = 2 };
+enum State : std::uint32_t { kEventUnknown = 0, kEventReset = 1, kEventSet = 2, kEventFlushed = 3 };
+
+// What each queue knows of its event: one word per slot holding a queue's
+// address and its state, so a slot is always one queue's whole entry. A
+// queue writes its entry only under its own lock, right after it changed
+// its event, so an entry naming a queue is that queue's latest word. Two
+// queues sharing a slot take it from each other; the one that lost it reads
+// kEventUnknown and makes the kernel calls it would otherwise have spared.
+class EventStates {
+ public:
+  State Get(const GVQUEUE *q) const {
+    const std::uint64_t v = Slot(q).load(std::memory_order_relaxed);
+    return std::uint32_t(v) == Key(q) ? State(v >> 32) : kEventUnknown;
+  }
+  void Put(const GVQUEUE *q, State state) {
+    Slot(q).store(std::uint64_t(state) << 32 | Key(q), std::memory_order_relaxed);
+  }
+
+ private:
+  static constexpr unsigned kSlots = 1024;
+  static std::uint32_t Key(const GVQUEUE *q) { return std::uint32_t(std::uintptr_t(q)); }
+  std::atomic<std::uint64_t> &Slot(const GVQUEUE *q) const {
+    const std::uint32_t a = Key(q);
+    return slots_[(a >> 3 ^ a >> 13) % kSlots];
+  }
+  mutable std::atomic<std::uint64_t> slots_[kSlots] = {};
+};
+static_assert(sizeof(void *) != 4 || std::atomic<std::uint64_t>::is_always_lock_free,
+              "a slot is read and written whole");
+
+EventStates g_states;
 // Producers and consumers hold the lock for a few dozen instructions:
 // spinning briefly is far cheaper than sleeping in the kernel.
 constexpr DWORD kLockSpins = 4000;
@@ -48,22 +84,29 @@ HANDLE LoadEvent(const GVQUEUE *q) { return *static_cast<HANDLE const volatile *
 GVQUEUENODE *LoadFirst(const GVQUEUE *q) {
   return *static_cast<GVQUEUENODE *const volatile *>(&q->first);
 }
-LONG LoadState(const GVQUEUE *q) { return *static_cast<LONG const volatile *>(&q->state); }
 
 // Without the lock, on a queue found empty: true when a node came while it
-// watched. A flushed queue is not watched: its callers return at once.
-bool WatchForANode(const GVQUEUE *q, DWORD timeoutMs) {
-  if (timeoutMs < kWatchMinTimeout || LoadState(q) == kEventFlushed) return false;
+// watched. A flushed queue is not watched: its callers return at once. The
+// time given away to other threads counts against *timeoutMs, so the wait
+// that may follow still ends when the caller asked.
+bool WatchForANode(const GVQUEUE *q, DWORD *timeoutMs) {
+  if (*timeoutMs < kWatchMinTimeout || g_states.Get(q) == kEventFlushed) return false;
   const GVQUEUENODE *empty = reinterpret_cast<const GVQUEUENODE *>(q);
   for (int i = 0; i < kWatchPauses; ++i) {
     if (LoadFirst(q) != empty) return true;
     YieldProcessor();
   }
-  for (int i = 0; i < kWatchYields; ++i) {
-    if (LoadFirst(q) != empty) return true;
+  const DWORD start = GetTickCount();
+  bool came = false;
+  for (int i = 0; i < kWatchYields && !came; ++i) {
     SwitchToThread();
+    came = LoadFirst(q) != empty;
   }
-  return LoadFirst(q) != empty;
+  if (*timeoutMs != INFINITE) {
+    const DWORD spent = GetTickCount() - start;
+    *timeoutMs = spent < *timeoutMs ? *timeoutMs - spent : 0;
+  }
+  return came;
 }
 
 class Lock {
@@ -83,9 +126,10 @@ bool IsEmpty(GVQUEUE *q) { return q->first == Sentinel(q); }
 // last removal once a caller has seen the queue empty. After a flush it
 // stays set, and every consumer finds nothing at once until the next insert.
 void ResetWhenEmpty(GVQUEUE *q) {
-  if (q->state == kEventSet) {
+  const State state = g_states.Get(q);
+  if (state == kEventSet || state == kEventUnknown) {
     ResetEvent(q->event);
-    q->state = kEventReset;
+    g_states.Put(q, kEventReset);
   }
 }
 
@@ -110,7 +154,7 @@ bool Initialize(GVQUEUE *q) {
     if (!event) return false;
     InitializeCriticalSectionAndSpinCount(&q->lock, kLockSpins);
     q->first = q->last = Sentinel(q);
-    q->state = kEventReset;
+    g_states.Put(q, kEventReset);
     q->event = event;
     return true;
   }
@@ -130,7 +174,6 @@ void Delete(GVQUEUE *q) {
   EnterCriticalSection(&q->lock);  // lets any thread inside finish
   LeaveCriticalSection(&q->lock);
   q->first = q->last = Sentinel(q);
-  q->state = kEventReset;
   DeleteCriticalSection(&q->lock);
 }
 
@@ -141,7 +184,7 @@ void Flush(GVQUEUE *q) {
   // Set although empty, to wake every waiting consumer: that is what a
   // flush is for.
   if (q->event) SetEvent(q->event);
-  q->state = kEventFlushed;
+  g_states.Put(q, kEventFlushed);
 }
 
 bool Insert(GVQUEUE *q, GVQUEUENODE *node) {
@@ -155,15 +198,16 @@ bool Insert(GVQUEUE *q, GVQUEUENODE *node) {
   if (before == Sentinel(q)) q->first = node;
   else before->next = node;
   q->last = node;
-  if (q->state == kEventReset && q->event) SetEvent(q->event);
-  q->state = kEventSet;
+  const State state = g_states.Get(q);
+  if (state != kEventSet && state != kEventFlushed && q->event) SetEvent(q->event);
+  if (state != kEventSet) g_states.Put(q, kEventSet);
   return true;
 }
 
 GVQUEUENODE *Remove(GVQUEUE *q, DWORD timeoutMs) {
   if (!q || !LoadEvent(q)) return nullptr;
   if (LoadFirst(q) == Sentinel(q)) {
-    WatchForANode(q, timeoutMs);
+    WatchForANode(q, &timeoutMs);
     if (!LoadEvent(q)) return nullptr;  // deleted while it watched: its lock is gone
   }
   EnterCriticalSection(&q->lock);
@@ -192,8 +236,17 @@ GVQUEUENODE *Remove(GVQUEUE *q, DWORD timeoutMs) {
 bool Wait(GVQUEUE *q, DWORD timeoutMs) {
   if (!q || !LoadEvent(q)) return false;
   if (LoadFirst(q) != Sentinel(q)) return true;
-  if (!timeoutMs) return false;
-  const bool came = WatchForANode(q, timeoutMs);
+  if (!timeoutMs) {
+    // A client that waits on the event and drains with Wait(0) and
+    // Remove(0) must not find it still set from the last removal; never
+    // waits for the lock, though.
+    if (g_states.Get(q) != kEventReset && TryEnterCriticalSection(&q->lock)) {
+      if (IsEmpty(q) && q->event) ResetWhenEmpty(q);
+      LeaveCriticalSection(&q->lock);
+    }
+    return false;
+  }
+  const bool came = WatchForANode(q, &timeoutMs);
   if (!LoadEvent(q)) return false;  // deleted while it watched
   if (came) return true;
   HANDLE event;

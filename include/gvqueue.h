@@ -63,23 +63,25 @@ typedef struct tGVQUEUENODE {
 /* The queue record, allocated by the caller. It begins like a node, so the
  * queue is a circular doubly-linked list whose sentinel is the record: first
  * and last point to the record itself while the queue is empty. Clients may
- * read tag and event; the rest belongs to the library. */
+ * read tag, first (the record itself: empty), last and event; the library
+ * keeps what it knows of the event's state beside the record, so the record
+ * is these five members and nothing else. */
 typedef struct tGVQUEUE {
   DWORD tag;                   /* the caller's word */
   GVQUEUENODE *first;          /* first node; the record itself when empty */
   GVQUEUENODE *last;           /* last node; the record itself when empty */
-  CRITICAL_SECTION lock;       /* guards first, last, the links and state */
+  CRITICAL_SECTION lock;       /* guards first, last and the links */
   HANDLE event;                /* manual-reset; null before initialising and
                                   after deleting */
-  LONG state;                  /* the library's: whether event is set */
-} GVQUEUE;
+} GVQUEUE;                     /* 40 bytes in a 32-bit process */
 
 /* The event is set whenever the queue holds a node. It may also be set
  * while the queue is empty: after a flush, until the next insert; and after
- * the last node was taken, until a GvQueueRemove (any time-out) or a
- * GvQueueWait with a time-out finds the queue empty. So a client that waits
- * on it directly must look at the queue after waking, and wakes at most once
- * for nothing when it drains the queue with GvQueueRemove(queue, 0). */
+ * the last node was taken, until a GvQueueRemove or GvQueueWait finds the
+ * queue empty (GvQueueWait(queue, 0) resets it only when no other thread
+ * holds the queue at that moment). So a client that waits on it directly
+ * must look at the queue after waking, and may wake once for nothing after
+ * it drained the queue. */
 
 /* Operation function of a queued-I/O pool: (node, 0); the result is
  * ignored. It runs on the worker's thread with no lock held and reports its
@@ -149,7 +151,9 @@ GVAPI(HRESULT) GvQio_Create(tGVQIO **qio, GVQUEUE *completion, int workers, int 
  * carries out its nodes one after another in the order given; nodes given
  * to different workers finish in any order. A node tagged GVQIO_STOPTAG
  * stops that worker for good: nodes given to it afterwards are never
- * carried out. Returns 1; 0 for a null qio or node (nothing is queued). */
+ * carried out. Returns 1; 0 for a null qio or node (nothing is queued). A
+ * node that is already the first or last of that worker's queue is refused
+ * as GvQueueInsert refuses it, and 1 is still returned. */
 GVAPI(BOOL) GvQio_InsertOperation(tGVQIO *qio, int index, GVQUEUENODE *node);
 
 /* Workers in use (1..4); 0 for a null qio. */

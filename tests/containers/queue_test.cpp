@@ -44,13 +44,33 @@ TEST(Queue, LinksAndEventFollowInsertAndRemove) {
   EXPECT_EQ(GvQueueRemove(&l.q, INFINITE), &b);
   EXPECT_EQ(l.q.first, l.self());
   EXPECT_EQ(l.q.last, l.self());
-  EXPECT_EQ(GvQueueRemove(&l.q, 0), nullptr);
+  EXPECT_FALSE(GvQueueWait(&l.q, 0));
   EXPECT_FALSE(EventSet(l.q.event));  // a drain leaves no stale wake-up
+  EXPECT_EQ(GvQueueRemove(&l.q, 0), nullptr);
+  EXPECT_FALSE(EventSet(l.q.event));
   const HANDLE event = l.q.event;
   GvQueueInsert(&l.q, &a);
   EXPECT_TRUE(GvQueueInitialize(&l.q));  // live: only emptied
   EXPECT_EQ(l.q.event, event);
   EXPECT_EQ(GvQueueRemove(&l.q, 0), nullptr);
+}
+
+// The record is the clients' 40 bytes; what the library knows of each
+// event is kept beside it, in a table that many live queues share. Queues
+// that take each other's entries must still set and reset their events.
+TEST(Queue, ManyQueuesKeepTheirEventsRight) {
+  static_assert(sizeof(GVQUEUE) == 40, "the record clients allocate");
+  std::vector<LiveQueue> queues(3000);
+  std::vector<GVQUEUENODE> nodes(queues.size());
+  for (int round = 0; round < 2; ++round) {
+    for (size_t i = 0; i < queues.size(); ++i) GvQueueInsert(&queues[i].q, &nodes[i]);
+    for (size_t i = 0; i < queues.size(); ++i) ASSERT_TRUE(EventSet(queues[i].q.event)) << i;
+    for (size_t i = 0; i < queues.size(); ++i) {
+      ASSERT_EQ(GvQueueRemove(&queues[i].q, 0), &nodes[i]);
+      EXPECT_FALSE(GvQueueWait(&queues[i].q, 0));
+    }
+    for (size_t i = 0; i < queues.size(); ++i) ASSERT_FALSE(EventSet(queues[i].q.event)) << i;
+  }
 }
 
 // Without a time-out nothing waits, and Wait does not even take the lock
