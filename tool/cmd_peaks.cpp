@@ -4,6 +4,7 @@
 // file; each file's lines are shown as its node comes back.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <string>
@@ -25,6 +26,8 @@ struct PeaksJob {
   GVQUEUENODE link;  // first: the pool links the job through it
   int worker = 0;
   const std::string *path = nullptr;
+  std::string peakName;  // the peak file beside it, by full path
+  bool given = false;
   std::string out, errors;  // its line on stdout, its error lines
   bool done = false;
 };
@@ -82,8 +85,21 @@ DWORD CALLBACK RunJob(GVQUEUENODE *node, DWORD) {
   return 0;
 }
 
+// The peak file a file's job writes beside it, by full path. Two jobs on one
+// peak file (a file named twice; a.wav and a.bwf) must not run at once: the
+// file is opened unshared, so the second would take it for stale and build
+// its own in the temporary folder.
+std::string PeakNameOf(const std::string &path) {
+  char full[MAX_PATH], name[MAX_PATH];
+  if (GvQualifyPath(path.c_str(), full, MAX_PATH) &&
+      SUCCEEDED(GvPeak_CreateDirectPeakName(full, name, MAX_PATH)))
+    return name;
+  return path;  // it fails in its job; compared as given meanwhile
+}
+
 // Each worker is given one file at a time, and the next one as soon as its
-// node comes back, so that a long file holds up only its own worker.
+// node comes back, so that a long file holds up only its own worker. A file
+// whose peak file another worker is writing waits for that one to come back.
 int RunPeaks() {
   GVQUEUE finished{};
   if (!GvQueueInitialize(&finished)) {
@@ -99,30 +115,48 @@ int RunPeaks() {
     return gvtool::kFailed;
   }
   std::vector<PeaksJob> jobs(args.files.size());
-  size_t given = 0, shown = 0;
-  auto give = [&](int worker) {
-    if (given == jobs.size() || gvtool::Interrupted()) return;
-    PeaksJob &job = jobs[given];
-    job.worker = worker;
-    job.path = &args.files[given++];
-    GvQio_InsertOperation(pool, worker, &job.link);
+  for (size_t i = 0; i < jobs.size(); ++i) {
+    jobs[i].path = &args.files[i];
+    jobs[i].peakName = PeakNameOf(args.files[i]);
+  }
+  std::vector<PeaksJob *> busy(size_t(GvQio_GetWorkerCount(pool)));  // null: idle
+  auto canGive = [&](const PeaksJob &job) {
+    if (job.given) return false;
+    for (const PeaksJob *other : busy)
+      if (other && lstrcmpiA(other->peakName.c_str(), job.peakName.c_str()) == 0) return false;
+    return true;
   };
-  for (int k = 0; k < GvQio_GetWorkerCount(pool); ++k) give(k);
+  size_t running = 0;
+  auto giveIdle = [&] {
+    for (size_t k = 0; k < busy.size(); ++k) {
+      if (busy[k]) continue;
+      const auto job = std::find_if(jobs.begin(), jobs.end(), canGive);
+      if (job == jobs.end() || gvtool::Interrupted()) return;
+      job->given = true;
+      job->worker = int(k);
+      busy[k] = &*job;
+      ++running;
+      GvQio_InsertOperation(pool, int(k), &job->link);
+    }
+  };
+  giveIdle();
   int rc = gvtool::kDone;
-  while (shown < given) {
+  while (running) {
     auto *job = reinterpret_cast<PeaksJob *>(GvQueueRemove(&finished, INFINITE));
     if (!job) continue;
-    ++shown;
+    busy[size_t(job->worker)] = nullptr;
+    --running;
     std::fputs(job->errors.c_str(), stderr);
     std::fputs(job->out.c_str(), stdout);
     std::fflush(stdout);
     if (!job->done) rc = gvtool::kFailed;
-    give(job->worker);
+    giveIdle();
   }
   GvQio_Destroy(pool);
   GvQueueDelete(&finished);
-  if (given < jobs.size()) {
-    const unsigned long left = static_cast<unsigned long>(jobs.size() - given);
+  const auto left = static_cast<unsigned long>(
+      std::count_if(jobs.begin(), jobs.end(), [](const PeaksJob &job) { return !job.given; }));
+  if (left) {
     gvtool::Error("interrupted: %lu file%s not done", left, left == 1 ? "" : "s");
     rc = gvtool::kFailed;
   }
