@@ -153,7 +153,10 @@ void Run::Dispatch() {
   }
   qio::Destroy(qio);  // every worker is idle by now
   qio = nullptr;
-  const bool complete = failure == S_OK && !stopping && sourceEnded;
+  // Read once: a Stop arriving during the finish step must not report
+  // E_ABORT for output already renamed into place.
+  const bool stopped = stopping != 0;
+  const bool complete = failure == S_OK && !stopped && sourceEnded;
   HRESULT finish = S_OK;
   // The last filter first: a sink's file is whole before a peak writer
   // before it stamps its peak file with that file's date.
@@ -161,7 +164,7 @@ void Run::Dispatch() {
     const HRESULT hr = chain[i]->Finish(complete);
     if (FAILED(hr) && finish == S_OK) finish = hr;
   }
-  result = stopping ? E_ABORT : FAILED(failure) ? failure : finish;
+  result = stopped ? E_ABORT : FAILED(failure) ? failure : finish;
 }
 
 HRESULT StartRun(const std::vector<Filter *> &chain, uint64_t bufferTime, Run **out) {
