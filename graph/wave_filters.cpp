@@ -144,10 +144,12 @@ class WaveSink final : public Filter {
     stream_ = nullptr;
     bool ok = complete && WritePlainWaveHeaders(temp_, wfx_, DWORD(bytes_)) &&
               MoveFileExA(temp_, target_.c_str(), MOVEFILE_REPLACE_EXISTING);
-    const HRESULT hr = ok || !complete ? S_OK : HRESULT_FROM_WIN32(GetLastError());
+    // A failure without an error code must not read as S_OK.
+    const DWORD e = GetLastError();
+    const HRESULT hr = ok || !complete ? S_OK : e ? HRESULT_FROM_WIN32(e) : E_FAIL;
     if (!ok) DeleteFileA(temp_);
     temp_[0] = 0;
-    return hr == S_OK || FAILED(hr) ? hr : E_FAIL;
+    return hr;
   }
 
  private:
