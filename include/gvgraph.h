@@ -24,7 +24,7 @@
  *   2. the graph's name: 32-bit byte length of the UTF-16 name with its
  *      terminating zero, then the name;
  *   3. 64-bit: the length of a buffer in 100 ns units (a new graph: 3000000,
- *      0.3 s; 1000 .. 100000000 is accepted);
+ *      0.3 s; 1000 .. 327680000 is accepted);
  *   4. the graph's format, an 18-byte WAVEFORMATEX with cbSize 0 (below);
  *   5. three 32-bit words: the number of filters (at most GVGRAPH_MAXFILTERS),
  *      0, 0;
@@ -194,7 +194,8 @@ DECLARE_INTERFACE_(IGVGraphBuilder, IUnknown)
   STDMETHOD(SetFormat)(THIS_ const WAVEFORMATEX *format) PURE;
   STDMETHOD(GetFormat)(THIS_ WAVEFORMATEX *format) PURE;
   /* The length of the buffers a run reads from its source, in 100 ns units
-   * (a new graph: 3000000, 0.3 s); 1000 .. 100000000, else E_INVALIDARG.
+   * (a new graph: 3000000, 0.3 s); 1000 .. 327680000 (32768 frames at
+   * 1000 Hz), else E_INVALIDARG.
    * A buffer holds at least one frame. */
   STDMETHOD(SetBufferTime)(THIS_ ULONGLONG time) PURE;
   STDMETHOD_(ULONGLONG, GetBufferTime)(THIS) PURE;

@@ -142,7 +142,14 @@ int RunMake() {
   // Source buffers of kPiece frames: the streaming resampler then carries
   // its state across the same frames as convert's.
   const DWORD rate = wave.wfx.nSamplesPerSec;
-  g->SetBufferTime((ULONGLONG(kPiece) * 10000000 + rate - 1) / rate);
+  hr = g->SetBufferTime((ULONGLONG(kPiece) * 10000000 + rate - 1) / rate);
+  if (FAILED(hr)) {
+    Error("%s: buffers of %lu frames at %lu Hz are longer than a graph takes: %s",
+          args.source.c_str(),
+          static_cast<unsigned long>(kPiece), static_cast<unsigned long>(rate),
+          gvtool::HresultReason(hr).c_str());
+    return kFailed;
+  }
   std::string name = args.file;
   const size_t slash = name.find_last_of("\\/:");
   if (slash != std::string::npos) name = name.substr(slash + 1);
