@@ -82,6 +82,7 @@ bool Append(IGVGraphBuilder *g, const CLSID &clsid, IGVFilter **last, IGVFilter 
   HRESULT hr = g->AddFilter(clsid, made);
   if (SUCCEEDED(hr) && *last) hr = g->Connect(*last, 0, *made, 0);
   if (FAILED(hr)) {
+    if (*made) (*made)->Release(), *made = nullptr;  // added, but not connected
     Error("cannot add a filter: %s", gvtool::HresultReason(hr).c_str());
     return false;
   }
