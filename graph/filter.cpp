@@ -171,4 +171,9 @@ std::string Narrow(const std::wstring &text) {
   return out;
 }
 
+std::string FolderOf(const std::string &path) {
+  const size_t slash = path.find_last_of("\\/:");
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
 }  // namespace gv::graph

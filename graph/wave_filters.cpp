@@ -111,10 +111,7 @@ class WaveSink final : public Filter {
     wfx_.wBitsPerSample = WORD(bits);
     wfx_.nBlockAlign = WORD(flow->channels * (bits / 8));
     wfx_.nAvgBytesPerSec = flow->rate * wfx_.nBlockAlign;
-    // In the target's folder, so the rename stays on one volume.
-    const size_t slash = target_.find_last_of("\\/:");
-    const std::string folder = slash == std::string::npos ? "." : target_.substr(0, slash + 1);
-    if (!GetTempFileNameA(folder.c_str(), "gvg", 0, temp_)) {
+    if (!GetTempFileNameA(FolderOf(target_).c_str(), "gvg", 0, temp_)) {
       temp_[0] = 0;
       return HRESULT_FROM_WIN32(GetLastError());
     }

@@ -98,9 +98,12 @@
  * then frequency, gain and Q (64-bit doubles). */
 #define GV_CLSID_GVF_IIR_INIT \
   { 0x5E0A7C06, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x06 } }
-/* Peak writer: passes its audio on unchanged and writes its peak file to
- * GVFK_FILE (made anew, element size from kernel setting 200), complete
- * when the run is. Data: the file name. */
+/* Peak writer: passes its audio on unchanged and writes the peak file of
+ * the sound file GVFK_FILE names (beside it, as gvpeak.h names it; made
+ * anew, element size from kernel setting 200). The file is made under a
+ * temporary name in that folder and renamed over the peak file's name only
+ * when the run is complete; Run fails (E_FAIL) when that folder cannot be
+ * written. Data: the file name. */
 #define GV_CLSID_GVF_PEAKWRITER_INIT \
   { 0x5E0A7C07, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x07 } }
 
