@@ -8,7 +8,7 @@
 namespace gv::graph {
 
 namespace {
-const IID kIidFilter = {0x5E0A7C00, 0x3B1D, 0x4C6E, {0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x00}};
+const IID kIidFilter = GV_IID_IGVFILTER_INIT;
 constexpr uint32_t kDataVersion = 1;
 constexpr size_t kMaxText = MAX_PATH - 1;
 }  // namespace

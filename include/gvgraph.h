@@ -138,6 +138,11 @@ typedef struct tGVGRAPHPROGRESS {
   ULONGLONG framesTotal;
 } tGVGRAPHPROGRESS;
 
+/* IGVFilter, {5E0A7C00-3B1D-4C6E-9A10-475647524100}: what a filter answers
+ * QueryInterface for, besides IUnknown. */
+#define GV_IID_IGVFILTER_INIT \
+  { 0x5E0A7C00, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x00 } }
+
 /* A filter. Its first eight slots are those of a persistent stream object:
  * GetClassID gives its GV_CLSID_GVF_*, Save writes its data (version word
  * and values, without the class identifier), Load reads them (E_FAIL for
