@@ -262,7 +262,9 @@ GVAPI(HRESULT) GvGraph_CreateFromStream(IGVGraphBuilder **graph, IStream *stream
 GVAPI(HRESULT) GvGraph_SaveToMem(IGVGraphBuilder *graph, void **block, DWORD *size);
 /* *graph is set to null, then a graph is made from the memory form in
  * `block`; the length is its first word (`size` is not used). When `block`
- * is global memory, a length past its end is refused (E_FAIL). */
+ * is global memory, a length past its end is refused (E_FAIL). Else
+ * CreateFromStream's result: when Load fails the object stays in *graph:
+ * release it. */
 GVAPI(HRESULT) GvGraph_CreateFromMem(IGVGraphBuilder **graph, void *block, DWORD size);
 /* Writes the memory form at the file's position; *written receives the
  * bytes written. S_OK once the stream work succeeded (WriteFile's result is
@@ -271,7 +273,8 @@ GVAPI(HRESULT) GvGraph_SaveToFile(IGVGraphBuilder *graph, HANDLE file, DWORD *wr
 /* *graph is set to null, then one memory form is read from the file's
  * position. S_FALSE (not a failure code) when the length or the data
  * cannot be read; E_OUTOFMEMORY with the file positioned after the graph's
- * data; else CreateFromStream's result. Callers test for S_OK. */
+ * data; else CreateFromStream's result: when Load fails the object stays in
+ * *graph: release it. Callers test for S_OK. */
 GVAPI(HRESULT) GvGraph_CreateFromFile(IGVGraphBuilder **graph, HANDLE file);
 
 #endif /* GVGRAPH_H */
