@@ -41,7 +41,7 @@ TEST_F(ToolGraph, RunEqualsConvertStepsOneAfterAnother) {
        {"--gain -3 -e float", "-r 48000 -e float", "--eq band:3000:6:2 --eq low:200:-10:1 -e float",
         "-b 24"}},
       {"in.wav", "--resample 22050", {"-r 22050"}},
-      {"low.wav", "--resample 3000 --float", {"-r 3000 -e float"}},
+      {"low.wav", "--resample 44100 --float", {"-r 44100 -e float"}},
       {"in.wav", "--eq high:4000:-8:0.7 --eq high:9000:5:1 --float",
        {"--eq high:4000:-8:0.7 -e float", "--eq high:9000:5:1 -e float"}},
   };
