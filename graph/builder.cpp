@@ -21,7 +21,8 @@ namespace {
 const IID kIidGraphBuilder = GV_IID_IGVGRAPHBUILDER_INIT;
 constexpr uint32_t kLayoutVersion = 1;
 constexpr uint64_t kNewBufferTime = 3000000;  // 0.3 s
-constexpr uint64_t kMinBufferTime = 1000, kMaxBufferTime = 100000000;
+// The longest: 32768 frames (gvtool's buffers) at 1000 Hz.
+constexpr uint64_t kMinBufferTime = 1000, kMaxBufferTime = 327680000;
 constexpr uint32_t kConnectionKind = 1, kConnectionBytes = 16;
 constexpr ULONG kFormatBytes = 18;
 

@@ -8,7 +8,7 @@
 namespace gv::graph {
 
 namespace {
-const IID kIidFilter = {0x5E0A7C00, 0x3B1D, 0x4C6E, {0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x00}};
+const IID kIidFilter = GV_IID_IGVFILTER_INIT;
 constexpr uint32_t kDataVersion = 1;
 constexpr size_t kMaxText = MAX_PATH - 1;
 }  // namespace
@@ -169,6 +169,11 @@ std::string Narrow(const std::wstring &text) {
   if (n > 0)
     WideCharToMultiByte(CP_ACP, 0, text.c_str(), int(text.size()), &out[0], n, nullptr, nullptr);
   return out;
+}
+
+std::string FolderOf(const std::string &path) {
+  const size_t slash = path.find_last_of("\\/:");
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
 }
 
 }  // namespace gv::graph

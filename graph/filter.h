@@ -103,4 +103,8 @@ Filter *MakeFilter(const CLSID &clsid, HRESULT *hr);
 // Narrow text for the file functions (the system code page).
 std::string Narrow(const std::wstring &text);
 
+// The folder a file name is in, for temporary files beside it ("." for a
+// bare name), so that renaming them over it stays on one volume.
+std::string FolderOf(const std::string &path);
+
 }  // namespace gv::graph

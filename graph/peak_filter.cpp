@@ -1,9 +1,12 @@
 // The peak writer: passes its audio on and summarises it into the peak file
 // of the sound file it names, whole elements at a time; the last, shorter
-// element is written when the run completes.
+// element is written when the run completes. Like the sink it writes under a
+// temporary name beside its target and renames over the target only then,
+// so an old peak file stays whole until it is replaced.
 #include <cstring>
 #include <new>
 
+#include "files/peak.h"
 #include "graph/filters.h"
 #include "include/gvpeak.h"
 
@@ -21,7 +24,11 @@ class PeakWriter final : public Filter {
   HRESULT Start(Flow *flow) override {
     if (Text().empty() || !flow->channels) return E_FAIL;
     const std::string name = Narrow(Text());
-    if (GvPeak_CreateExNew(&peak_, flow->channels, FALSE, name.c_str(), -1, nullptr) != 0)
+    if (GvPeak_CreateDirectPeakName(name.c_str(), target_, MAX_PATH) != S_OK) return E_FAIL;
+    // A temporary peak file in the target's folder, never anywhere else:
+    // one in the system's temporary folder could not be renamed into place.
+    if (GvPeak_CreateExNew(&peak_, flow->channels, TRUE, name.c_str(), -1,
+                           FolderOf(name).c_str()) != 0)
       return E_FAIL;
     per_ = GvPeak_GetCellsPerElementEx(peak_);
     wfx_ = WAVEFORMATEX{};
@@ -60,13 +67,24 @@ class PeakWriter final : public Filter {
     if (!peak_) return S_OK;
     bool ok = complete;
     if (ok && heldFrames_) ok = SUCCEEDED(GvPeak_WritePeakData(peak_, &wfx_, held_.data(), heldFrames_));
-    GvPeak_FreeEx(peak_, !ok);  // stamped when kept, deleted when not
+    char temp[MAX_PATH];
+    lstrcpynA(temp, GvPeak_GetFileName(peak_), MAX_PATH);
+    // Kept, it is no longer temporary: freeing stamps it with the finished
+    // sound file's date instead of deleting it. Not kept, it is deleted.
+    if (ok) peak_->temporary = 0;
+    GvPeak_FreeEx(peak_, !ok);
     peak_ = nullptr;
-    return ok || !complete ? S_OK : E_FAIL;
+    if (!complete) return S_OK;
+    if (!ok) return E_FAIL;
+    if (MoveFileExA(temp, target_, MOVEFILE_REPLACE_EXISTING)) return S_OK;
+    const DWORD e = GetLastError();
+    DeleteFileA(temp);
+    return e ? HRESULT_FROM_WIN32(e) : E_FAIL;
   }
 
  private:
   tGVAUDIOPEAK *peak_ = nullptr;
+  char target_[MAX_PATH] = {};  // the peak file's own name
   WAVEFORMATEX wfx_{};
   DWORD per_ = 1;
   Audio held_;

@@ -122,7 +122,9 @@ GVAPI(HRESULT) GvGraph_CreateFromMem(IGVGraphBuilder **graph, void *block, DWORD
   if (!block) return E_INVALIDARG;
   // The length word says how much follows; `size` is not looked at. The
   // length is trusted only as far as the block can be seen to hold it: the
-  // size of a global memory block bounds it.
+  // size of a global memory block bounds it. GlobalHandle and GlobalSize
+  // bound only blocks from GlobalAlloc; any other memory is read as far as
+  // its length word says (up to kMaxGraphBytes), as the caller vouches.
   (void)size;
   DWORD length;
   std::memcpy(&length, block, 4);

@@ -23,7 +23,7 @@ constexpr int kMaxWorkers = 4;              // what one pool holds
 constexpr size_t kNodes = 2 * kMaxWorkers;  // nodes under way at once, at most
 constexpr uint64_t kMaxPieceBytes = 16u << 20;
 constexpr size_t kMaxBatch = 32;            // buffers in one node
-constexpr uint64_t kBatchBytes = 4u << 20;  // source samples a node carries, about
+constexpr uint64_t kBatchBytes = 4u << 20;  // samples a node carries, about
 
 struct Node {
   GVQUEUENODE link{};  // first: the queues link nodes through it (tag 0)
@@ -153,7 +153,10 @@ void Run::Dispatch() {
   }
   qio::Destroy(qio);  // every worker is idle by now
   qio = nullptr;
-  const bool complete = failure == S_OK && !stopping && sourceEnded;
+  // Read once: a Stop arriving during the finish step must not report
+  // E_ABORT for output already renamed into place.
+  const bool stopped = stopping != 0;
+  const bool complete = failure == S_OK && !stopped && sourceEnded;
   HRESULT finish = S_OK;
   // The last filter first: a sink's file is whole before a peak writer
   // before it stamps its peak file with that file's date.
@@ -161,7 +164,7 @@ void Run::Dispatch() {
     const HRESULT hr = chain[i]->Finish(complete);
     if (FAILED(hr) && finish == S_OK) finish = hr;
   }
-  result = stopping ? E_ABORT : FAILED(failure) ? failure : finish;
+  result = stopped ? E_ABORT : FAILED(failure) ? failure : finish;
 }
 
 HRESULT StartRun(const std::vector<Filter *> &chain, uint64_t bufferTime, Run **out) {
@@ -176,6 +179,7 @@ HRESULT StartRun(const std::vector<Filter *> &chain, uint64_t bufferTime, Run **
     run->chain.push_back(f);
   }
   Flow flow;
+  double growth = 1;  // the most samples a second in the chain, over the source's
   for (size_t i = 0; i < chain.size(); ++i) {
     HRESULT hr = chain[i]->Start(&flow);
     if (SUCCEEDED(hr) && (flow.channels == 0 || flow.channels > 256 || flow.rate == 0))
@@ -185,13 +189,18 @@ HRESULT StartRun(const std::vector<Filter *> &chain, uint64_t bufferTime, Run **
       return hr;
     }
     if (i == 0) run->source = flow;
+    const double ratio = double(flow.rate) * flow.channels /
+                         (double(run->source.rate) * run->source.channels);
+    if (ratio > growth) growth = ratio;
   }
   const uint64_t frames = run->source.rate * bufferTime / 10000000;
   const uint64_t most = kMaxPieceBytes / (4 * run->source.channels);
   run->piece = DWORD(frames < 1 ? 1 : frames > most ? most : frames);
-  run->batch = size_t(kBatchBytes / (uint64_t(run->piece) * 4 * run->source.channels));
-  if (run->batch < 1) run->batch = 1;
-  if (run->batch > kMaxBatch) run->batch = kMaxBatch;
+  // About kBatchBytes of the largest buffers a node: a resampler's or a
+  // channel spread's output, not only the source's.
+  const double batch =
+      double(kBatchBytes) / (double(run->piece) * 4 * run->source.channels * growth);
+  run->batch = batch < 1 ? 1 : batch > double(kMaxBatch) ? kMaxBatch : size_t(batch);
   SYSTEM_INFO si;
   GetSystemInfo(&si);
   size_t count = chain.size();

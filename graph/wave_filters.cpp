@@ -111,10 +111,7 @@ class WaveSink final : public Filter {
     wfx_.wBitsPerSample = WORD(bits);
     wfx_.nBlockAlign = WORD(flow->channels * (bits / 8));
     wfx_.nAvgBytesPerSec = flow->rate * wfx_.nBlockAlign;
-    // In the target's folder, so the rename stays on one volume.
-    const size_t slash = target_.find_last_of("\\/:");
-    const std::string folder = slash == std::string::npos ? "." : target_.substr(0, slash + 1);
-    if (!GetTempFileNameA(folder.c_str(), "gvg", 0, temp_)) {
+    if (!GetTempFileNameA(FolderOf(target_).c_str(), "gvg", 0, temp_)) {
       temp_[0] = 0;
       return HRESULT_FROM_WIN32(GetLastError());
     }
@@ -144,10 +141,12 @@ class WaveSink final : public Filter {
     stream_ = nullptr;
     bool ok = complete && WritePlainWaveHeaders(temp_, wfx_, DWORD(bytes_)) &&
               MoveFileExA(temp_, target_.c_str(), MOVEFILE_REPLACE_EXISTING);
-    const HRESULT hr = ok || !complete ? S_OK : HRESULT_FROM_WIN32(GetLastError());
+    // A failure without an error code must not read as S_OK.
+    const DWORD e = GetLastError();
+    const HRESULT hr = ok || !complete ? S_OK : e ? HRESULT_FROM_WIN32(e) : E_FAIL;
     if (!ok) DeleteFileA(temp_);
     temp_[0] = 0;
-    return hr == S_OK || FAILED(hr) ? hr : E_FAIL;
+    return hr;
   }
 
  private:

@@ -24,7 +24,7 @@
  *   2. the graph's name: 32-bit byte length of the UTF-16 name with its
  *      terminating zero, then the name;
  *   3. 64-bit: the length of a buffer in 100 ns units (a new graph: 3000000,
- *      0.3 s; 1000 .. 100000000 is accepted);
+ *      0.3 s; 1000 .. 327680000 is accepted);
  *   4. the graph's format, an 18-byte WAVEFORMATEX with cbSize 0 (below);
  *   5. three 32-bit words: the number of filters (at most GVGRAPH_MAXFILTERS),
  *      0, 0;
@@ -98,9 +98,12 @@
  * then frequency, gain and Q (64-bit doubles). */
 #define GV_CLSID_GVF_IIR_INIT \
   { 0x5E0A7C06, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x06 } }
-/* Peak writer: passes its audio on unchanged and writes its peak file to
- * GVFK_FILE (made anew, element size from kernel setting 200), complete
- * when the run is. Data: the file name. */
+/* Peak writer: passes its audio on unchanged and writes the peak file of
+ * the sound file GVFK_FILE names (beside it, as gvpeak.h names it; made
+ * anew, element size from kernel setting 200). The file is made under a
+ * temporary name in that folder and renamed over the peak file's name only
+ * when the run is complete; Run fails (E_FAIL) when that folder cannot be
+ * written. Data: the file name. */
 #define GV_CLSID_GVF_PEAKWRITER_INIT \
   { 0x5E0A7C07, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x07 } }
 
@@ -134,6 +137,11 @@ typedef struct tGVGRAPHPROGRESS {
   ULONGLONG framesDone;
   ULONGLONG framesTotal;
 } tGVGRAPHPROGRESS;
+
+/* IGVFilter, {5E0A7C00-3B1D-4C6E-9A10-475647524100}: what a filter answers
+ * QueryInterface for, besides IUnknown. */
+#define GV_IID_IGVFILTER_INIT \
+  { 0x5E0A7C00, 0x3B1D, 0x4C6E, { 0x9A, 0x10, 0x47, 0x56, 0x47, 0x52, 0x41, 0x00 } }
 
 /* A filter. Its first eight slots are those of a persistent stream object:
  * GetClassID gives its GV_CLSID_GVF_*, Save writes its data (version word
@@ -194,7 +202,8 @@ DECLARE_INTERFACE_(IGVGraphBuilder, IUnknown)
   STDMETHOD(SetFormat)(THIS_ const WAVEFORMATEX *format) PURE;
   STDMETHOD(GetFormat)(THIS_ WAVEFORMATEX *format) PURE;
   /* The length of the buffers a run reads from its source, in 100 ns units
-   * (a new graph: 3000000, 0.3 s); 1000 .. 100000000, else E_INVALIDARG.
+   * (a new graph: 3000000, 0.3 s); 1000 .. 327680000 (32768 frames at
+   * 1000 Hz), else E_INVALIDARG.
    * A buffer holds at least one frame. */
   STDMETHOD(SetBufferTime)(THIS_ ULONGLONG time) PURE;
   STDMETHOD_(ULONGLONG, GetBufferTime)(THIS) PURE;
@@ -253,7 +262,9 @@ GVAPI(HRESULT) GvGraph_CreateFromStream(IGVGraphBuilder **graph, IStream *stream
 GVAPI(HRESULT) GvGraph_SaveToMem(IGVGraphBuilder *graph, void **block, DWORD *size);
 /* *graph is set to null, then a graph is made from the memory form in
  * `block`; the length is its first word (`size` is not used). When `block`
- * is global memory, a length past its end is refused (E_FAIL). */
+ * is global memory, a length past its end is refused (E_FAIL). Else
+ * CreateFromStream's result: when Load fails the object stays in *graph:
+ * release it. */
 GVAPI(HRESULT) GvGraph_CreateFromMem(IGVGraphBuilder **graph, void *block, DWORD size);
 /* Writes the memory form at the file's position; *written receives the
  * bytes written. S_OK once the stream work succeeded (WriteFile's result is
@@ -262,7 +273,8 @@ GVAPI(HRESULT) GvGraph_SaveToFile(IGVGraphBuilder *graph, HANDLE file, DWORD *wr
 /* *graph is set to null, then one memory form is read from the file's
  * position. S_FALSE (not a failure code) when the length or the data
  * cannot be read; E_OUTOFMEMORY with the file positioned after the graph's
- * data; else CreateFromStream's result. Callers test for S_OK. */
+ * data; else CreateFromStream's result: when Load fails the object stays in
+ * *graph: release it. Callers test for S_OK. */
 GVAPI(HRESULT) GvGraph_CreateFromFile(IGVGraphBuilder **graph, HANDLE file);
 
 #endif /* GVGRAPH_H */

@@ -82,6 +82,7 @@ bool Append(IGVGraphBuilder *g, const CLSID &clsid, IGVFilter **last, IGVFilter 
   HRESULT hr = g->AddFilter(clsid, made);
   if (SUCCEEDED(hr) && *last) hr = g->Connect(*last, 0, *made, 0);
   if (FAILED(hr)) {
+    if (*made) (*made)->Release(), *made = nullptr;  // added, but not connected
     Error("cannot add a filter: %s", gvtool::HresultReason(hr).c_str());
     return false;
   }
@@ -142,7 +143,14 @@ int RunMake() {
   // Source buffers of kPiece frames: the streaming resampler then carries
   // its state across the same frames as convert's.
   const DWORD rate = wave.wfx.nSamplesPerSec;
-  g->SetBufferTime((ULONGLONG(kPiece) * 10000000 + rate - 1) / rate);
+  hr = g->SetBufferTime((ULONGLONG(kPiece) * 10000000 + rate - 1) / rate);
+  if (FAILED(hr)) {
+    Error("%s: buffers of %lu frames at %lu Hz are longer than a graph takes: %s",
+          args.source.c_str(),
+          static_cast<unsigned long>(kPiece), static_cast<unsigned long>(rate),
+          gvtool::HresultReason(hr).c_str());
+    return kFailed;
+  }
   std::string name = args.file;
   const size_t slash = name.find_last_of("\\/:");
   if (slash != std::string::npos) name = name.substr(slash + 1);

@@ -245,26 +245,31 @@ TEST_F(GraphPersist, RefusesDamagedData) {
   Bytes badGain = Head(L"", 3000000, FloatFormat(2, 44100), 1);
   PutGuid(badGain, kGain), Put32(badGain, 1), PutDouble(badGain, 900.0);
   Put32(badGain, 0), Put32(badGain, 0), Put32(badGain, 0);
+  Bytes longTime = Head(L"", 327680001, FloatFormat(2, 44100), 0);
+  Put32(longTime, 0), Put32(longTime, 0), Put32(longTime, 0);
   struct Case {
     const char *what;
     Bytes form;
     HRESULT hr;
+    bool reachesLoad;  // else refused before a graph is made
   } const cases[] = {
-      {"truncated", [&] { Bytes b = MemoryForm(good); b.resize(b.size() - 9); return b; }(), E_FAIL},
-      {"absurd length", [&] { Bytes b = MemoryForm(good); b[3] = 0x7F; return b; }(), E_FAIL},
-      {"unknown filter class", MemoryForm(unknownFilter), CLASS_E_CLASSNOTAVAILABLE},
-      {"name length past the data", MemoryForm(longName), E_FAIL},
-      {"odd name length", MemoryForm(oddName), E_FAIL},
-      {"connection to a filter that does not exist", MemoryForm(missingFilter), E_FAIL},
-      {"an input pin connected twice", MemoryForm(twice), E_FAIL},
-      {"too many filters", MemoryForm(tooMany), E_FAIL},
-      {"layout version 2", MemoryForm(version), E_FAIL},
-      {"buffer length 0", MemoryForm(badTime), E_FAIL},
-      {"gain out of range", MemoryForm(badGain), E_FAIL},
+      {"truncated", MemoryForm(Bytes(good.begin(), good.end() - 9)), E_FAIL, true},
+      {"absurd length", [&] { Bytes b = MemoryForm(good); b[3] = 0x7F; return b; }(), E_FAIL, false},
+      {"unknown filter class", MemoryForm(unknownFilter), CLASS_E_CLASSNOTAVAILABLE, true},
+      {"name length past the data", MemoryForm(longName), E_FAIL, true},
+      {"odd name length", MemoryForm(oddName), E_FAIL, true},
+      {"connection to a filter that does not exist", MemoryForm(missingFilter), E_FAIL, true},
+      {"an input pin connected twice", MemoryForm(twice), E_FAIL, true},
+      {"too many filters", MemoryForm(tooMany), E_FAIL, true},
+      {"layout version 2", MemoryForm(version), E_FAIL, true},
+      {"buffer length 0", MemoryForm(badTime), E_FAIL, true},
+      {"buffer length past the longest", MemoryForm(longTime), E_FAIL, true},
+      {"gain out of range", MemoryForm(badGain), E_FAIL, true},
   };
   FOR_EACH_CASE(cases) {
     IGVGraphBuilder *g = nullptr;
     EXPECT_EQ(LoadBytes(c.form, &g), c.hr) << c.what;
+    EXPECT_EQ(g != nullptr, c.reachesLoad) << c.what;
     if (g) {
       EXPECT_EQ(g->GetFilterCount(), 0u) << c.what << ": the graph stays as it was";
       EXPECT_EQ(g->Release(), 0u) << c.what;

@@ -236,6 +236,8 @@ TEST_F(GraphRun, RefusesWhatIsNotOneChain) {
 TEST_F(GraphRun, StoppingLeavesNoThreadAndNoOutput) {
   const DWORD frames = 400000;
   ASSERT_TRUE(WriteAll(dir_ / "in.wav", Wave16(2, 44100, Tone(frames, 2))));
+  const Bytes oldPeaks(200, 0x5A);  // a peak file of an earlier output
+  ASSERT_TRUE(WriteAll(dir_ / "out.gvk", oldPeaks));
   const int threadsBefore = ThreadCount();
   const std::string out = dir_ / "out.wav";
   IGVGraphBuilder *g = Chain(dir_ / "in.wav", out, -1.0, 0, 0, 24, 5000, true);
@@ -253,8 +255,11 @@ TEST_F(GraphRun, StoppingLeavesNoThreadAndNoOutput) {
   EXPECT_EQ(g->Wait(INFINITE, &p), E_ABORT);
   EXPECT_LT(p.framesDone, frames);
   EXPECT_EQ(ThreadCount(), threadsBefore);
-  EXPECT_EQ(dir_.Files(), std::vector<std::string>{"in.wav"})
-      << "neither the output, its peak file, nor a temporary file";
+  std::vector<std::string> left = dir_.Files();
+  std::sort(left.begin(), left.end());
+  EXPECT_EQ(left, (std::vector<std::string>{"in.wav", "out.gvk"}))
+      << "neither the output, a new peak file, nor a temporary file";
+  EXPECT_EQ(Slurp(dir_ / "out.gvk"), oldPeaks) << "the old peak file as it was";
   EXPECT_EQ(g->Stop(), S_FALSE);
   // It runs again to the end afterwards.
   ASSERT_EQ(g->Run(), S_OK);
@@ -262,6 +267,10 @@ TEST_F(GraphRun, StoppingLeavesNoThreadAndNoOutput) {
   EXPECT_EQ(p.framesDone, frames);
   EXPECT_EQ(g->Release(), 0u);
   EXPECT_EQ(Slurp(out).size(), 44u + frames * 6);
+  tGVAUDIOPEAK *peak = nullptr;
+  EXPECT_EQ(GvPeak_OpenExistingEx(&peak, 2, out.c_str(), nullptr, frames, TRUE), 0)
+      << "the old peak file replaced by the complete run's";
+  GvPeak_FreeEx(peak, FALSE);
 }
 
 }  // namespace

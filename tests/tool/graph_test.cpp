@@ -22,6 +22,9 @@ class ToolGraph : public testing::Test {
     // Longer than two of the 32768-frame pieces both read.
     ASSERT_TRUE(gvtest::graph::WriteAll(
         dir_ / "in.wav", gvtest::graph::Wave16(2, 44100, gvtest::graph::Tone(70001, 2))));
+    // Below 3277 Hz its 32768-frame pieces are longer than 10 s.
+    ASSERT_TRUE(gvtest::graph::WriteAll(
+        dir_ / "low.wav", gvtest::graph::Wave16(1, 2000, gvtest::graph::Tone(70001, 1))));
   }
   gvtest::ToolResult Run(const std::string &args) {
     return gvtest::RunTool(GV_TOOL_EXE, dir_ / "", args);
@@ -31,18 +34,19 @@ class ToolGraph : public testing::Test {
 
 TEST_F(ToolGraph, RunEqualsConvertStepsOneAfterAnother) {
   const struct {
-    const char *make;
+    const char *source, *make;
     std::vector<std::string> steps;  // convert options, each from the last file
   } cases[] = {
-      {"--gain -3 --resample 48000 --eq band:3000:6:2 --eq low:200:-10:1 -b 24",
+      {"in.wav", "--gain -3 --resample 48000 --eq band:3000:6:2 --eq low:200:-10:1 -b 24",
        {"--gain -3 -e float", "-r 48000 -e float", "--eq band:3000:6:2 --eq low:200:-10:1 -e float",
         "-b 24"}},
-      {"--resample 22050", {"-r 22050"}},
-      {"--eq high:4000:-8:0.7 --eq high:9000:5:1 --float",
+      {"in.wav", "--resample 22050", {"-r 22050"}},
+      {"low.wav", "--resample 44100 --float", {"-r 44100 -e float"}},
+      {"in.wav", "--eq high:4000:-8:0.7 --eq high:9000:5:1 --float",
        {"--eq high:4000:-8:0.7 -e float", "--eq high:9000:5:1 -e float"}},
   };
   FOR_EACH_CASE(cases) {
-    std::string from = "in.wav";
+    std::string from = c.source;
     for (size_t i = 0; i < c.steps.size(); ++i) {
       const std::string to = "step" + std::to_string(i) + ".wav";
       const gvtest::ToolResult r = Run("convert " + from + " " + to + " " + c.steps[i]);
@@ -50,7 +54,7 @@ TEST_F(ToolGraph, RunEqualsConvertStepsOneAfterAnother) {
       from = to;
     }
     gvtest::ToolResult r =
-        Run(std::string("graph make g.gvg --source in.wav --sink out.wav ") + c.make);
+        Run("graph make g.gvg --source " + std::string(c.source) + " --sink out.wav " + c.make);
     ASSERT_EQ(r.code, 0u) << r.err;
     r = Run("graph run g.gvg");
     ASSERT_EQ(r.code, 0u) << r.err;
@@ -74,6 +78,8 @@ TEST_F(ToolGraph, ShowListsFiltersAndConnections) {
 
 TEST_F(ToolGraph, RefusesBadEqTextAndDamagedGraphs) {
   ASSERT_EQ(Run("graph make g.gvg --source in.wav --sink out.wav").code, 0u);
+  ASSERT_TRUE(gvtest::graph::WriteAll(
+      dir_ / "slow.wav", gvtest::graph::Wave16(1, 999, gvtest::graph::Tone(100, 1))));
   std::string saved = gvtest::Slurp(dir_ / "g.gvg");
   ASSERT_GT(saved.size(), 40u);
   ASSERT_TRUE(gvtest::graph::WriteAll(dir_ / "cut.gvg",
@@ -87,6 +93,7 @@ TEST_F(ToolGraph, RefusesBadEqTextAndDamagedGraphs) {
       {"graph make x.gvg --source in.wav --sink o.wav --eq shelf:1:1:1", 2, "TYPE low, high"},
       {"graph make x.gvg --source in.wav --sink o.wav --eq low:100:61:1", 2, "GAIN -60..60"},
       {"convert in.wav o.wav --eq band:0:1:1", 2, "FREQ 1..384000"},
+      {"graph make x.gvg --source slow.wav --sink o.wav", 1, "999 Hz are longer than"},
       {"graph run cut.gvg", 1, "cut.gvg: cut short"},
       {"graph show missing.gvg", 1, "missing.gvg"},
   };
