@@ -2,26 +2,13 @@
 // lock held across callbacks, and unlocked lists serving any thread.
 #include <gtest/gtest.h>
 
-#include <process.h>
-
 #include <algorithm>
 #include <vector>
 
 #include "support/list_helpers.h"
+#include "support/threads.h"
 
 namespace {
-
-template <class F>
-unsigned __stdcall RunBody(void *body) {
-  (*static_cast<F *>(body))();
-  return 0;
-}
-
-// Starts a thread running body(), which must outlive the thread.
-template <class F>
-HANDLE Start(F &body) {
-  return (HANDLE)_beginthreadex(nullptr, 0, RunBody<F>, &body, 0, nullptr);
-}
 
 int CALLBACK CompareValues(DWORD, const void *a, const void *b) {
   UINT_PTR x = (UINT_PTR)a, y = (UINT_PTR)b;
@@ -64,7 +51,8 @@ TEST(ListThreads, FourThreadsMixedCallsEndWithExactContents) {
       if (round % 1024 == 0) failures[t] += GvList_FindSpecificItemRange(list, 0, -1, Key(v)) < 0;
     }
   };
-  HANDLE threads[kThreads] = {Start(work), Start(work), Start(work), Start(work)};
+  HANDLE threads[kThreads];
+  for (HANDLE &t : threads) t = gvtest::StartThread(work);
   for (HANDLE h : threads) ASSERT_NE(h, nullptr);
   SetEvent(start);
   ASSERT_EQ(WaitForMultipleObjects(kThreads, threads, TRUE, 60000), WAIT_OBJECT_0);
@@ -106,9 +94,9 @@ TEST(ListThreads, LockIsHeldAcrossCallbacksAndUnlockedListsServeAnyThread) {
     inserted = GvList_InsertList(unlocked, -1, &five, 1);
     found = GvList_FindSpecificItemRange(unlocked, 0, -1, (void *)5);
   };
-  HANDLE searcher = Start(search);
+  HANDLE searcher = gvtest::StartThread(search);
   ASSERT_EQ(WaitForSingleObject(g_inCallback, 10000), WAIT_OBJECT_0);
-  HANDLE inserter = Start(insert);
+  HANDLE inserter = gvtest::StartThread(insert);
   // While the callback runs the insertion cannot finish.
   EXPECT_EQ(WaitForSingleObject(inserter, 200), (DWORD)WAIT_TIMEOUT);
   EXPECT_EQ(list->count, 1);
