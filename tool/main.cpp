@@ -3,7 +3,9 @@
 // command. Exit codes: 0 done, 1 the work failed, 2 bad usage.
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
@@ -51,6 +53,9 @@ int main(int argc, char **argv) {
   const char *const kExitCodes = "Exit codes: 0 done, 1 the work failed, 2 bad usage.";
   app.footer(std::string("Run 'gvtool COMMAND --help' for a command's options.\n") + kExitCodes);
   std::map<const CLI::App *, Runner> runners;
+  // Registration follows the order the linker chose; help lists by name.
+  std::sort(Table().begin(), Table().end(),
+            [](const Command &a, const Command &b) { return std::strcmp(a.name, b.name) < 0; });
   for (const Command &c : Table()) {
     CLI::App *sub = app.add_subcommand(c.name, c.summary);
     sub->set_version_flag("--version", VersionText());
