@@ -130,10 +130,13 @@ std::complex<double> BandSection(const tGVIIRCOEFFS &k, double x) {
 
 void DesignBand(tGVIIRCOEFFS &out, const tGVIIRREQUEST &in) {
   const double w = Clamp(in.dFreq, kMinFreq, kMaxFreq);
-  Poles(out, w, in.dQ * BandWidthFactor(w, in.dQ));
+  const double width = in.dQ * BandWidthFactor(w, in.dQ);
+  Poles(out, w, width);
   out.c[4] = std::cos(kPi * w) * std::sqrt(out.c[3] - (out.c[2] - 1.0));
   const double gain = in.dGain != 0.0 ? ShelfGain(in.dGain) : 1.0;
-  out.c[5] = gain - 1.0;
+  // A peak's change per pass over its working bandwidth; the filter itself
+  // runs on c7, and a dip or 0 dB leaves c5 as it was.
+  if (in.dGain > 0.0) out.c[5] = (gain - 1.0) / width;
   out.c[6] = 1.0;
   // |1 + c7 H| = gain at w, H the section's response there: the root of
   // c7^2 |H|^2 + 2 c7 Re H + 1 - gain^2 = 0 nearest 0, or the minimiser of

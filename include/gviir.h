@@ -66,7 +66,9 @@ GVAPI(void) GvIIR_FindHiShelfCutCoeffs(tGVIIRCOEFFS *pOut, const tGVIIRREQUEST *
  * negative one, nothing at 0 dB. r comes from a corrected divisor
  * dQ * k(w, dQ), where k is interpolated in a table so that the section's
  * half-power width comes close to w / dQ. c4 = cos(pi w) * sqrt(1 - c2 + c3),
- * c5 = 10^(dGain/40) - 1 (the change at w, per pass), c6 = 1.0,
+ * c5 = (10^(dGain/40) - 1) / (dQ * k(w, dQ)) for a positive dGain (the
+ * change at w per pass over the working bandwidth; not used by the run),
+ * left as it was otherwise; c6 = 1.0,
  * c7 = the weight that gives each pass a gain of exactly 10^(dGain/40) at w
  * (0.0 at 0 dB; for deep narrow dips the nearest reachable).
  * y = c6 * u + c7 * s with v[n] = u[n] - u[n-2]. */

@@ -150,8 +150,11 @@ GVAPI(HWND) GvCreateDialogParam(HANDLE language, LPCSTR templateName, HWND paren
                                 DLGPROC proc, LPARAM param);
 GVAPI(HWND) GvCreateDialogIndirectParam(HANDLE language, LPCDLGTEMPLATEA dialogTemplate,
                                         HWND parent, DLGPROC proc, LPARAM param);
-/* The modal boxes return the dialog's result; a module whose box cannot be
- * made (-1) passes the request on, and the last module's answer stands. */
+/* The modal boxes return the dialog's result. Like the other wrappers they
+ * stop at the first non-zero answer, and they also pass on -1 (the box could
+ * not be made from that module). So a box its user ends with 0 is shown
+ * again from the next module of the search list: give such a box a non-zero
+ * result for every way it can end. The last module's answer stands. */
 GVAPI(INT_PTR) GvDialogBoxParam(HANDLE language, LPCSTR templateName, HWND parent, DLGPROC proc,
                                 LPARAM param);
 GVAPI(INT_PTR) GvDialogBoxIndirectParam(HANDLE language, LPCDLGTEMPLATEA dialogTemplate,

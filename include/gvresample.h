@@ -83,7 +83,7 @@ typedef struct tGVRESAMPLEINSTANCE {
  *    pInst give 0 with the instance and the buffers untouched.
  * other  Returns nSrcFrames and touches no buffer.
  *
- * Null pwfx, null buffers, or frame counts below 1 give 0 and write
+ * Null pwfx gives 0. Null buffers or frame counts below 1 give 0 and write
  * nothing (an unknown method still returns nSrcFrames). */
 GVAPI(long) GvAudio_ResampleEx(const WAVEFORMATEX *pwfx, DWORD dwNewRate, void *pDst,
                                long nDstFrames, const void *pSrc, long nSrcFrames,

@@ -62,8 +62,8 @@ typedef struct tGVTIMECODE {
 /* Splits t into hours (mod 24), minutes, seconds and frames at
  * framesPerSecond, in double with each part truncated toward zero; frames
  * are trunc(fraction of the second * framesPerSecond + 0.1), the 0.1
- * absorbing the rounding of the division. Returns the frames (0 for a null
- * pOut, which is not written). Negative times go through the same
+ * absorbing the rounding of the division. Returns the frames (also for a
+ * null pOut, which is not written). Negative times go through the same
  * arithmetic, so their fields are the two's complement of negative parts. */
 GVAPI(LONGLONG) GvNanoTimeToHMSF(NANOTIME t, tGVTIMECODE *pOut, double framesPerSecond);
 

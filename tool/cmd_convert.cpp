@@ -65,7 +65,7 @@ class RateChange {
       const ULONGLONG end = (seen_ + frames) * to_ / wfx_.nSamplesPerSec;
       made = long(end - (seen_ * to_ / wfx_.nSamplesPerSec));
     } else {
-      if (first_) inst_.dStep = double(wfx_.nSamplesPerSec) / to_;  // for the count only
+      if (first_) inst_.dStep = 1.0 / (double(to_) / wfx_.nSamplesPerSec);  // the library's step, for the count only
       made = GvAudio_ResampleFrames(&inst_, long(frames));
     }
     out.resize(size_t(made + 1) * wfx_.nChannels);

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <cstdio>
 #include <string>
-#include <vector>
 
+#include "audio/iir.h"
 #include "commands.h"
 #include "waveform.h"
 
@@ -21,61 +21,21 @@ struct IirArgs {
   int width = 900, height = 420;
 } args;
 
-enum class Kind { LowCut, LowBoost, HiBoost, HiCut, Band };
+using Kind = gv::audio::iir::Shape;
 struct Type {
   const char *name;
   Kind kind;
   void(WINAPI *design)(tGVIIRCOEFFS *, const tGVIIRREQUEST *);
 };
-const Type kTypes[] = {{"lowcut", Kind::LowCut, GvIIR_FindLowShelfCutCoeffs},
-                       {"lowboost", Kind::LowBoost, GvIIR_FindLowShelfBoostCoeffs},
-                       {"hiboost", Kind::HiBoost, GvIIR_FindHiShelfBoostCoeffs},
-                       {"hicut", Kind::HiCut, GvIIR_FindHiShelfCutCoeffs},
+const Type kTypes[] = {{"lowcut", Kind::LowShelfCut, GvIIR_FindLowShelfCutCoeffs},
+                       {"lowboost", Kind::LowShelfBoost, GvIIR_FindLowShelfBoostCoeffs},
+                       {"hiboost", Kind::HiShelfBoost, GvIIR_FindHiShelfBoostCoeffs},
+                       {"hicut", Kind::HiShelfCut, GvIIR_FindHiShelfCutCoeffs},
                        {"band", Kind::Band, GvIIR_FindBandPassCoeffs}};
 
-// One pass of the filter as gviir.h describes it, on one channel.
-struct Pass {
-  double s1 = 0, s2 = 0, u1 = 0, u2 = 0;
-  double Step(const double *c, Kind kind, double u) {
-    const double v = kind == Kind::Band ? u - u2 : u;
-    const double s = c[4] * v + c[2] * s1 - c[3] * s2;
-    s2 = s1, s1 = s, u2 = u1, u1 = u;
-    switch (kind) {
-      case Kind::LowCut: return c[6] * u + c[7] * (u - s);
-      case Kind::LowBoost: return c[6] * u + c[7] * s;
-      case Kind::HiBoost: return c[6] * u + c[7] * c[5] * (u - (1.0 - c[2] + c[3]) * s);
-      case Kind::HiCut: return c[6] * u + c[7] * c[5] * (u - s);
-      case Kind::Band: return c[6] * u + c[7] * s;
-    }
-    return u;
-  }
-};
-
-// The impulse response of both passes; long enough for the slowest poles
-// the designs make to die away.
-std::vector<double> ImpulseResponse(const tGVIIRCOEFFS &k, Kind kind, size_t n) {
-  std::vector<double> h(n);
-  Pass a, b;
-  for (size_t i = 0; i < n; ++i) h[i] = b.Step(k.c, kind, a.Step(k.c, kind, i == 0 ? 1.0 : 0.0));
-  return h;
-}
-
-// |H| at x (fraction of the rate) from the impulse response.
-double MagnitudeAt(const std::vector<double> &h, double x) {
-  double re = 0, im = 0;
-  const double w = 6.283185307179586 * x;
-  const double cw = std::cos(w), sw = std::sin(w);
-  double c = 1, s = 0;  // cos and sin of w * i by rotation
-  for (double v : h) {
-    re += v * c, im -= v * s;
-    const double c2 = c * cw - s * sw;
-    s = s * cw + c * sw, c = c2;
-  }
-  return std::sqrt(re * re + im * im);
-}
-
+// The curve is the filter's transfer function (both passes) as the library
+// runs it: exact however slowly its poles die away.
 bool Plot(const tGVIIRCOEFFS &k, Kind kind, const std::string &path) {
-  const std::vector<double> h = ImpulseResponse(k, kind, 1 << 16);
   const int w = args.width, ht = args.height, left = 40, bottom = 24, top = 8;
   const int plotW = w - left - 8, plotH = ht - bottom - top;
   const double fLo = 10.0, fHi = args.rate / 2.0;
@@ -103,7 +63,7 @@ bool Plot(const tGVIIRCOEFFS &k, Kind kind, const std::string &path) {
   int prev = -1;
   for (int px = 0; px < plotW; ++px) {
     const double f = fLo * std::exp(std::log(fHi / fLo) * px / (plotW - 1));
-    const double db = 20 * std::log10(std::max(MagnitudeAt(h, f / args.rate), 1e-12));
+    const double db = 20 * std::log10(std::max(gv::audio::iir::Magnitude(k, kind, f / args.rate), 1e-12));
     const int y = std::min(std::max(yOf(db), top), top + plotH - 1);
     const int y0 = prev < 0 ? y : std::min(prev, y), y1 = prev < 0 ? y : std::max(prev, y);
     pic.Fill(left + px, y0, 1, y1 - y0 + 2, curve);

@@ -1,6 +1,7 @@
 // gvtool time: a time in any of the library's display formats.
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -41,10 +42,11 @@ bool ParseTime(const std::string &text, NANOTIME *t) {
   if (text.empty()) return false;
   char *end = nullptr;
   const char *p = text.c_str();
+  errno = 0;
   const long long whole = std::strtoll(p, &end, 10);
   if (*end == 0 && end != p) {
     *t = whole;
-    return true;
+    return errno != ERANGE;  // past the 64-bit range: not a time
   }
   const double x = std::strtod(p, &end);
   if (end == p) return false;

@@ -65,6 +65,9 @@ const GainCase kGainCases[] = {
     {GvIIR_FindHiShelfCutCoeffs, -25.0, 1.0, -1.0},
     {GvIIR_FindHiShelfCutCoeffs, -24.0, 1.0, 0.25118864315095796 - 1.0},
     {GvIIR_FindHiShelfBoostCoeffs, 20.0, 1.0, 2.1622776601683795},
+    {GvIIR_FindBandPassCoeffs, 0.0, 1.0, 0.0},
+    {GvIIR_FindBandPassCoeffs, -6.0, 1.0, 0.0},
+    {GvIIR_FindBandPassCoeffs, 6.0, 1.0, 0.0},
 };
 
 TEST(Iir, GainWords) {
@@ -73,11 +76,18 @@ TEST(Iir, GainWords) {
     EXPECT_EQ(k.c[0], 0.0);
     EXPECT_EQ(k.c[1], 0.0);
     EXPECT_DOUBLE_EQ(k.c[6], c.c6);
-    EXPECT_NEAR(k.c[7], c.c7, 1e-15);
-    // c5 is not a word of the low shelves: left as it was
+    const bool band = c.f == GvIIR_FindBandPassCoeffs;
+    if (!band || c.gain == 0.0) EXPECT_NEAR(k.c[7], c.c7, 1e-15);
+    // c5 is not a word of the low shelves, nor of a band that does not boost
     const bool low = c.f == GvIIR_FindLowShelfBoostCoeffs || c.f == GvIIR_FindLowShelfCutCoeffs;
-    if (low) {
+    if (low || (band && c.gain <= 0.0)) {
       EXPECT_EQ(k.c[5], 123.0);
+    }
+    if (band && c.gain > 0.0) {
+      // the boost per pass over a bandwidth near dQ (the correction is mild)
+      const double change = std::pow(10.0, c.gain / 40) - 1;
+      EXPECT_GT(k.c[5], change / (2.0 * 1.5));
+      EXPECT_LT(k.c[5], change / (2.0 / 1.5));
     }
   }
 }

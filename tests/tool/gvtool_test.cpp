@@ -369,6 +369,7 @@ TEST_F(GvtoolTest, TimeAndIirCommands) {
       {"time 12 --format 10", 0, "12\r\n", ""},
       {"time abc", 2, "", "gvtool: abc: not a time"},
       {"time 5x", 2, "", "gvtool: 5x: not a time"},
+      {"time 99999999999999999999", 2, "", "not a time"},
       {"time 1s --format bogus", 2, "", "gvtool: --format bogus"},
       {"time 1s --rate 0", 2, "", "gvtool: --rate"},
       {"iir band 1000 6 2", 0, "c7 = ", ""},
