@@ -3,25 +3,42 @@
 #include <cstring>
 
 #include "kernel/frame.h"
+#include "kernel/lang.h"
 #include "include/gvkernel.h"
 
 GVAPI(DWORD) GvKernel_GetVersion(void) { return gv::kKernelVersion; }
 
 namespace gv {
+namespace {
+
+// The library's own strings (kernel/strings.rc, translated beside the DLL).
+enum : UINT { kNeedsWindows = 32003, kIncompatible = 32004, kTooOld = 32005, kCaption = 32006 };
+
+// String `id` in the library's language; the English text when no module
+// has it (before the load sequence, or in a build without the resources).
+void OwnText(UINT id, const char *english, char *buffer, int size) {
+  LangHandle *own = OwnLanguage();
+  if (!own || !LoadStringFrom(own, id, buffer, size)) lstrcpynA(buffer, english, size);
+}
+
+}  // namespace
 
 bool VersionRefusal(DWORD platformMajor, const char *clientName, DWORD requiredVersion,
                     int interfaceLevel, char (&message)[512]) {
   char client[128] = "";
   if (clientName) lstrcpynA(client, clientName, sizeof client);
   if (platformMajor < 4) {
-    lstrcpyA(message, "This product requires Windows 95 or Windows NT 4.0 or later.");
+    OwnText(kNeedsWindows, "This product requires Windows 95 or Windows NT 4.0 or later.", message,
+            sizeof message);
   } else if (interfaceLevel != 1) {
-    wsprintfA(message,
-              "The version of the Marrowbeam Kernel is incompatible with the following "
-              "client:\n\n%s.",
-              client);
+    char format[256];
+    OwnText(kIncompatible,
+            "The version of the Marrowbeam Kernel is incompatible with the following client:"
+            "\n\n%s.",
+            format, sizeof format);
+    wsprintfA(message, format, client);
   } else if (requiredVersion > kKernelVersion) {
-    lstrcpyA(message, "The version of the Marrowbeam Kernel is too old.");
+    OwnText(kTooOld, "The version of the Marrowbeam Kernel is too old.", message, sizeof message);
   } else {
     return false;
   }
@@ -38,6 +55,8 @@ GVAPI(HRESULT) GvKernel_CheckVersion(HWND owner, LPCSTR clientName, DWORD requir
   char message[512];
   if (!gv::VersionRefusal(os.dwMajorVersion, clientName, requiredVersion, interfaceLevel, message))
     return S_OK;
-  MessageBoxA(owner, message, gv::kKernelDisplayName, MB_OK | MB_ICONINFORMATION);
+  char caption[64];
+  gv::OwnText(gv::kCaption, gv::kKernelDisplayName, caption, sizeof caption);
+  MessageBoxA(owner, message, caption, MB_OK | MB_ICONINFORMATION);
   return E_FAIL;
 }

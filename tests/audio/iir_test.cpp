@@ -77,7 +77,9 @@ TEST(Iir, GainWords) {
     EXPECT_EQ(k.c[1], 0.0);
     EXPECT_DOUBLE_EQ(k.c[6], c.c6);
     const bool band = c.f == GvIIR_FindBandPassCoeffs;
-    if (!band || c.gain == 0.0) EXPECT_NEAR(k.c[7], c.c7, 1e-15);
+    if (!band || c.gain == 0.0) {
+      EXPECT_NEAR(k.c[7], c.c7, 1e-15);
+    }
     // c5 is not a word of the low shelves, nor of a band that does not boost
     const bool low = c.f == GvIIR_FindLowShelfBoostCoeffs || c.f == GvIIR_FindLowShelfCutCoeffs;
     if (low || (band && c.gain <= 0.0)) {

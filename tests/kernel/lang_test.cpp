@@ -188,11 +188,15 @@ TEST(LangLibrary, TranslatesTheLibrarysStringsUnlessTheProductVersionDiffers) {
     const char *name;     // string 7001, the first INFO item's name
     const char *message;  // string 32002
     const char *shown;    // string 32000 through the ...Id wrappers
+    const char *refusal;  // string 32005, one of the version check's
   } const cases[] = {
-      {0x0409, "Archival Location", "$(AppName) is ready.", "The value must lie between 1 and 65,536."},
-      {0x0407, "Archivort", "$(AppName) ist bereit.", "Der Wert muss zwischen 1 und 65,536 liegen."},
+      {0x0409, "Archival Location", "$(AppName) is ready.", "The value must lie between 1 and 65,536.",
+       "The version of the Marrowbeam Kernel is too old."},
+      {0x0407, "Archivort", "$(AppName) ist bereit.", "Der Wert muss zwischen 1 und 65,536 liegen.",
+       "Die Version des Marrowbeam Kernel ist zu alt."},
       // GVTALC.gvtest-ell is of product version 1.0.0.13.
-      {0x0408, "Archival Location", "$(AppName) is ready.", "The value must lie between 1 and 65,536."},
+      {0x0408, "Archival Location", "$(AppName) is ready.", "The value must lie between 1 and 65,536.",
+       "The version of the Marrowbeam Kernel is too old."},
   };
   HWND window = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 10, 10, nullptr, nullptr, nullptr, nullptr);
   ASSERT_NE(window, nullptr);
@@ -202,6 +206,7 @@ TEST(LangLibrary, TranslatesTheLibrarysStringsUnlessTheProductVersionDiffers) {
     EXPECT_STREQ(GvGetString(lang.handle, 7001), c.name);
     EXPECT_STREQ(GvGetString(lang.handle, 7000), "IARL");  // codes are never translated
     EXPECT_STREQ(GvGetString(lang.handle, 32002), c.message);
+    EXPECT_STREQ(GvGetString(lang.handle, 32005), c.refusal);
     char text[128] = "";
     GvSetWindowTextId(lang.handle, window, 32000, 1, 65536);
     GetWindowTextA(window, text, sizeof text);
