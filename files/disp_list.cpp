@@ -47,12 +47,14 @@ HRESULT Scan(HANDLE file, tGVDISPLIST *list, int64_t budget) {
     if (riff::ReadHeader(file, &h) != S_OK || h.got != 8) return GVRIFF_E_READ;
     budget -= 8;
     const uint64_t padded = riff::PaddedSize(h.size);
-    if (h.size > BytesLeft(file)) return GVRIFF_E_READ;
+    const bool pastEnd = h.size > BytesLeft(file);
     if (h.id != kDisp) {
+      if (pastEnd) return S_OK;  // a cut-off chunk (a truncated data) ends the list
       riff::SeekBy(file, int64_t(padded));
       budget -= int64_t(padded);
       continue;
     }
+    if (pastEnd || h.size > budget) return GVRIFF_E_READ;
     if (h.size < 4) return GVRIFF_E_READ;  // shorter than its format word
     DWORD format = 0, got = 0;
     if (!riff::ReadBytes(file, &format, 4, &got) || got != 4) return GVRIFF_E_READ;

@@ -43,6 +43,7 @@ void FreeList(tGVINFOLIST *list) { infolist_Free(list); }
 
 HRESULT Load(HANDLE file, tGVINFOLIST *list, LONG *remaining) {
   Empty(list);
+  if (remaining && *remaining < 0) return GVRIFF_E_READ;  // a LIST smaller than its type word
   const uint64_t start = riff::Tell(file);
   LONG copy = remaining ? *remaining : 0;
   const LONG count = riff_GetNumListEntries(file, remaining ? &copy : nullptr);

@@ -69,7 +69,9 @@ typedef struct tGVSUMMARYITEM {
  * is emptied first. Returns the number of entries found when that is below
  * 1 (0 for an empty list), else S_OK with the file after the last entry.
  * An entry of size 0 loads with a null text. On an error the list is freed
- * and the file returns to the first entry. E_INVALIDARG for a null list. */
+ * and the file returns to the first entry. A negative *remaining (a LIST
+ * smaller than its type word) gives GVRIFF_E_READ. E_INVALIDARG for a null
+ * list. */
 GVAPI(HRESULT) infolist_Load(HANDLE file, tGVINFOLIST *list, LONG *remaining);
 /* Writes the list as a "LIST" "INFO" chunk at the file position: one chunk
  * per item with a text, its size the text's length + 1. An odd size is
@@ -125,10 +127,11 @@ GVAPI(DWORD) GvSummary_GetFCC(const tGVSUMMARYITEM *item);
 
 /* Loads the data of the wanted formats from the DISP chunks among the
  * *remaining bytes (not changed) from the file position (inside the
- * enclosing chunk). Other chunks and formats are skipped; of several
- * chunks of one format the last wins (the earlier block is freed). The
- * file position is restored. S_OK (also for a count of 0); on an error the
- * list's data are freed. */
+ * enclosing chunk). Other chunks and formats are skipped; another chunk
+ * that runs past the end of the file ends the scan with what was loaded
+ * kept. Of several chunks of one format the last wins (the earlier block is
+ * freed). The file position is restored. S_OK (also for a count of 0); on an
+ * error the list's data are freed. */
 GVAPI(HRESULT) displist_Load(HANDLE file, tGVDISPLIST *list, LONG *remaining);
 /* Writes one "DISP" chunk (format word, then data, zero pad byte when odd)
  * per entry with data, in list order, at the file position. *written

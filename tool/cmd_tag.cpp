@@ -52,21 +52,20 @@ bool CopyBytes(HANDLE in, HANDLE out, unsigned long long size) {
   return true;
 }
 
-// Writes the form type and the top-level chunks of `in` (standing at 12)
-// into `out`, with `info` in place of the first INFO list (or at the end).
-// On failure *why says what went wrong.
-bool Rewrite(HANDLE in, HANDLE out, unsigned long long fileSize, DWORD riffSize, DWORD form,
+// Writes the form type and the top-level chunks of `in` (standing at 12,
+// the chunks ending at `end`) into `out`, with `info` in place of the first
+// INFO list (or at the end); later INFO lists are copied as they are. On
+// failure *why says what went wrong.
+bool Rewrite(HANDLE in, HANDLE out, unsigned long long fileSize, unsigned long long end, DWORD form,
              const tGVINFOLIST &info, std::string *why) {
   DWORD written = 0;
   // The new list goes where the old one was, or at the end; a list whose
   // items all lost their texts is dropped, not written empty.
-  bool listDone = true;
+  bool listDone = true, replaced = false;
   for (DWORD i = 0; i < info.nCount; ++i)
     if (info.pItems[i].pszText) listDone = false;
   if (riff_WriteFileID(out, form, 0) != S_OK) return false;
-  unsigned long long at = 12, end = 8ull + riffSize;
-  // A size left unset (0) or too large: up to the file's end.
-  if (end > fileSize || riffSize == 4) end = fileSize;
+  unsigned long long at = 12;
   while (at + 8 <= end) {
     DWORD id = 0, size = 0, type = 0;
     if (riff_ReadChunkHeader(in, &id, &size) != S_OK) return false;
@@ -79,7 +78,8 @@ bool Rewrite(HANDLE in, HANDLE out, unsigned long long fileSize, DWORD riffSize,
       riff_ReadData(in, &type, 4);
       riff_RestoreLocation(in, DWORD(at + 8));
     }
-    if (id == GVRIFF_ID_LIST && type == GVINFO_ID_INFO) {
+    if (id == GVRIFF_ID_LIST && type == GVINFO_ID_INFO && !replaced) {
+      replaced = true;
       if (!listDone && infolist_Save(out, &info, &written) != S_OK) return false;
       listDone = true;
       riff_RestoreLocation(in, DWORD(at + 8));
@@ -125,9 +125,9 @@ int RunTag() {
   if (in == INVALID_HANDLE_VALUE) return kFailed;
   LARGE_INTEGER fileSize = {};
   GetFileSizeEx(in, &fileSize);
-  DWORD riffSize = 0, form = 0;
+  DWORD rest = 0, form = 0;
   tGVINFOLIST info = {0, nullptr};
-  HRESULT hr = riff_ReadFileID(in, &riffSize, &form);
+  HRESULT hr = riff_ReadFileID(in, &rest, &form);
   if (hr == S_OK) hr = gvtool::LoadFileInfo(in, &info);
   if (hr != S_OK) {
     CloseHandle(in);
@@ -151,7 +151,8 @@ int RunTag() {
   std::string why;
   riff_SeekDataStart(in);
   bool ok = out != INVALID_HANDLE_VALUE &&
-            Rewrite(in, out, (unsigned long long)fileSize.QuadPart, riffSize + 4, form, info, &why);
+            Rewrite(in, out, (unsigned long long)fileSize.QuadPart,
+                    gvtool::ChunksEnd(rest, (unsigned long long)fileSize.QuadPart), form, info, &why);
   const DWORD error = GetLastError();
   if (out != INVALID_HANDLE_VALUE) CloseHandle(out);
   CloseHandle(in);

@@ -40,6 +40,8 @@ TEST(DispLoad, PicksTheWantedFormatsAndKeepsThePosition) {
       {Concat({Disp(CF_TEXT, Text("first")), Disp(CF_TEXT, Text("second"))}), Text("second"), {}, {}},
       {Concat({Disp(3, {}), Chunk("junk", Bytes(5))}), {}, {}, {}},
       {{}, {}, {}, {}},
+      // Another chunk cut off by the end of the file ends the list.
+      {Concat({Disp(CF_TEXT, Text("ok")), Header("data", 0x40000000), Bytes(3)}), Text("ok"), {}, {}},
   };
   FOR_EACH_CASE(cases) {
     TempFile file(Concat({Text("pre!"), c.chunks, Text("tail")}), GENERIC_READ | GENERIC_WRITE, 4);
@@ -61,17 +63,19 @@ TEST(DispLoad, PicksTheWantedFormatsAndKeepsThePosition) {
 TEST(DispLoad, DamagedChunksAreRefusedWithTheDataFreed) {
   struct Case {
     Bytes chunks;
+    LONG remaining = 0x10000000;
   } const cases[] = {
       {Concat({Disp(CF_TEXT, Text("ok")), Header("DISP", 2), Text("ab")})},  // shorter than its format
       {Concat({Disp(CF_TEXT, Text("ok")), Header("DISP", 0x7FFFFFF0), Le32(CF_DIB)})},
-      {Concat({Disp(CF_TEXT, Text("ok")), Header("xxxx", 0x40000000)})},
       {Concat({Disp(CF_TEXT, Text("ok")), Header("DISP", 1000), Le32(CF_DIB), Bytes(10)})},
+      // Larger than the enclosing chunk, which ends after its format word.
+      {Concat({Disp(CF_TEXT, Text("ok")), Disp(CF_DIB, Text("abcdefgh"))}), 26},
   };
   FOR_EACH_CASE(cases) {
     TempFile file(Concat({Text("pre!"), c.chunks}), GENERIC_READ | GENERIC_WRITE, 4);
     tGVDISPITEM items[2] = {{CF_TEXT, 0, nullptr}, {CF_DIB, 0, nullptr}};
     tGVDISPLIST list = {2, items};
-    LONG remaining = 0x10000000;
+    LONG remaining = c.remaining;
     EXPECT_EQ(displist_Load(file.handle(), &list, &remaining), GVRIFF_E_READ);
     EXPECT_EQ(file.Pos(), 4u);
     for (const tGVDISPITEM &e : items) EXPECT_EQ(e.pData, nullptr);

@@ -156,10 +156,11 @@ TEST(InfoLoad, DamagedListsAreRefusedWithTheListFreedAndThePositionKept) {
       {Concat({good, Header("INAM", 40), Z("abc")}), 0x40000000},   // past the end, budget large
       {Concat({good, Chunk("INAM", Z("abcdef"))}), 20},              // past the list's budget
       {Bytes(16, 0), 0x7FFFFFF0},  // a huge budget counts more entries than the file holds
+      {good, -4},                  // the budget of a LIST of size 0
   };
   FOR_EACH_CASE(cases) {
     TempFile file(Concat({Text("pre!"), c.entries}), GENERIC_READ | GENERIC_WRITE, 4);
-    LONG remaining = c.remaining < 0 ? LONG(c.entries.size()) : c.remaining;
+    LONG remaining = c.remaining == -1 ? LONG(c.entries.size()) : c.remaining;
     tGVINFOLIST list = {0, nullptr};
     EXPECT_EQ(infolist_Load(file.handle(), &list, &remaining), GVRIFF_E_READ);
     EXPECT_EQ(list.nCount, 0u);

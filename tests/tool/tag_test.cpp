@@ -32,6 +32,14 @@ Bytes WaveWith(const Bytes &info, const Bytes &atEnd = {}) {
                                       Chunk("cue ", Bytes(4, 9)), atEnd}));
 }
 
+// The file with its RIFF header's size replaced, as a streamed file may
+// leave it; kAsBuilt keeps the true size.
+constexpr DWORD kAsBuilt = 0xABCDEF01;
+Bytes WithHeader(Bytes file, DWORD size) {
+  if (size != kAsBuilt) memcpy(&file[4], &size, 4);
+  return file;
+}
+
 // An INFO list as the library saves it: an odd item's pad byte is its index.
 Bytes Info(std::initializer_list<std::pair<const char *, const char *>> items) {
   Bytes entries;
@@ -98,10 +106,13 @@ class ToolInfo : public testing::Test {
 
 TEST_F(ToolInfo, TagRewritesTheInfoListAndKeepsEveryOtherChunk) {
   const Bytes oldInfo = gvtest::List("INFO", Concat({Chunk("ICMT", Z("old")), Chunk("ISFT", Z("x"))}));
+  const Bytes second = gvtest::List("INFO", Chunk("INAM", Z("two")));
   struct Case {
     Bytes before;
     const char *args;
     Bytes info, atEnd;  // the INFO list expected in place of the old one, or at the end
+    Bytes later = {};   // after cue, before and after
+    DWORD header = kAsBuilt;
   } const cases[] = {
       {oldInfo, "--set INAM=Take --set ICMT=new",
        Info({{"ICMT", "new"}, {"ISFT", "x"}, {"INAM", "Take"}}), {}},
@@ -109,12 +120,20 @@ TEST_F(ToolInfo, TagRewritesTheInfoListAndKeepsEveryOtherChunk) {
       {oldInfo, "--remove ICMT --set ISFT=", {}, {}},  // nothing left: no list
       {{}, "--set IART=Ann", {}, Info({{"IART", "Ann"}})},
       {{}, "", {}, {}},
+      // Header sizes that say nothing: the chunks run to the end of the file.
+      {oldInfo, "--set INAM=Take --set ICMT=new",
+       Info({{"ICMT", "new"}, {"ISFT", "x"}, {"INAM", "Take"}}), {}, {}, 0},
+      {oldInfo, "--set IART=Ann", Info({{"ICMT", "old"}, {"ISFT", "x"}, {"IART", "Ann"}}), {}, {}, 2},
+      {oldInfo, "--remove ISFT", Info({{"ICMT", "old"}, {"ISFT", nullptr}}), {}, {}, 0xFFFFFFFF},
+      {{}, "--set IART=Ann", {}, Info({{"IART", "Ann"}}), {}, 4},
+      // Only the first INFO list is replaced; a later one is kept as it is.
+      {oldInfo, "--set ICMT=new", Info({{"ICMT", "new"}, {"ISFT", "x"}}), {}, second},
   };
   FOR_EACH_CASE(cases) {
-    Write(WaveWith(c.before));
+    Write(WithHeader(WaveWith(c.before, c.later), c.header));
     const gvtest::ToolResult r = Run(std::string("tag f.wav ") + c.args);
     EXPECT_EQ(r.code, 0u) << r.err;
-    const Bytes expect = WaveWith(c.info, c.atEnd);
+    const Bytes expect = WaveWith(c.info, Concat({c.later, c.atEnd}));
     EXPECT_EQ(File(), std::string(expect.begin(), expect.end()));
     EXPECT_EQ(DataHash(File()), DataHash(std::string(expect.begin(), expect.end())));
     EXPECT_NE(DataHash(File()), 0u);
@@ -149,15 +168,20 @@ TEST_F(ToolInfo, TagRefusesBadCodesAndDamagedFilesLeavingThemAsTheyWere) {
 }
 
 TEST_F(ToolInfo, InfoShowsTheItemsUnderTheirNames) {
-  Write(WaveWith(gvtest::List("INFO", Concat({Chunk("INAM", Z("Take 7")), Chunk("ICMT", {}),
-                                              Chunk("IZZZ", Z("odd")), Chunk("IART", Z("Caf\xE9"))}))));
-  const gvtest::ToolResult r = Run("info f.wav");
-  EXPECT_EQ(r.code, 0u) << r.err;
-  EXPECT_NE(r.out.find("  info         Name/Title (INAM): Take 7"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("               IZZZ (IZZZ): odd"), std::string::npos) << r.out;
-  // the file's ANSI text is written as UTF-8
-  EXPECT_NE(r.out.find("               Artist (IART): Caf\xC3\xA9"), std::string::npos) << r.out;
-  EXPECT_EQ(r.out.find("ICMT"), std::string::npos) << r.out;
+  const DWORD headers[] = {kAsBuilt, 0};  // 0: a streamed file's unset size
+  FOR_EACH_CASE(headers) {
+    Write(WithHeader(WaveWith(gvtest::List("INFO", Concat({Chunk("INAM", Z("Take 7")), Chunk("ICMT", {}),
+                                                           Chunk("IZZZ", Z("odd")),
+                                                           Chunk("IART", Z("Caf\xE9"))}))),
+                     c));
+    const gvtest::ToolResult r = Run("info f.wav");
+    EXPECT_EQ(r.code, 0u) << r.err;
+    EXPECT_NE(r.out.find("  info         Name/Title (INAM): Take 7"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("               IZZZ (IZZZ): odd"), std::string::npos) << r.out;
+    // the file's ANSI text is written as UTF-8
+    EXPECT_NE(r.out.find("               Artist (IART): Caf\xC3\xA9"), std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("ICMT"), std::string::npos) << r.out;
+  }
   Write(WaveWith(gvtest::List("INFO", Concat({gvtest::Header("INAM", 4), Text("abcd")}))));
   const gvtest::ToolResult bad = Run("info f.wav");
   EXPECT_EQ(bad.code, 1u);
