@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "audio/convert_rules.h"
+#include "bench/bench_clock.h"
 #include "gvtalc.h"
 
 namespace {
@@ -25,28 +26,6 @@ using namespace gv::audio;
 const char *const kNames[8] = {"uint8", "int16", "int24", "int32",
                                "float32", "float64", "int24in32", "int8"};
 const int kBytes[8] = {1, 2, 3, 4, 4, 8, 4, 1};
-
-double Now() {
-  static LARGE_INTEGER freq = [] {
-    LARGE_INTEGER f;
-    QueryPerformanceFrequency(&f);
-    return f;
-  }();
-  LARGE_INTEGER t;
-  QueryPerformanceCounter(&t);
-  return double(t.QuadPart) / double(freq.QuadPart);
-}
-
-// Best time of `reps` runs of f.
-template <class F> double Best(int reps, F f) {
-  double best = 1e30;
-  for (int r = 0; r < reps; ++r) {
-    const double t0 = Now();
-    f();
-    best = std::min(best, Now() - t0);
-  }
-  return best;
-}
 
 // The straightforward loop: one call of the scalar rule per sample.
 template <class D, class S>

@@ -21,17 +21,6 @@ WAVEFORMATEX Format(WORD tag, WORD bits) {
   return w;
 }
 
-// The best of `runs` timings of f.
-template <class F> double Best(int runs, F f) {
-  double best = 1e30;
-  for (int i = 0; i < runs; ++i) {
-    const double t0 = Seconds();
-    f();
-    best = std::min(best, Seconds() - t0);
-  }
-  return best;
-}
-
 }  // namespace
 
 int main(int argc, char **argv) {
